@@ -1,0 +1,24 @@
+# zelt_add_test(<subject> SOURCES <files...> LIBS <targets...>)
+# Builds tst_<subject> and registers it with CTest. Every suite runs offscreen,
+# with its own configuration folders, and a sanitizer report ends it with failure.
+function(zelt_add_test subject)
+    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+    set(target tst_${subject})
+    qt_add_executable(${target} ${ARG_SOURCES})
+    target_link_libraries(${target} PRIVATE Qt6::Test ${ARG_LIBS})
+    add_test(NAME ${subject} COMMAND ${target})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    set(sandbox ${CMAKE_BINARY_DIR}/test-home/${subject})
+    set_tests_properties(${subject} PROPERTIES
+        TIMEOUT ${ARG_TIMEOUT}
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;XDG_CONFIG_HOME=${sandbox}/config;XDG_DATA_HOME=${sandbox}/data;XDG_CACHE_HOME=${sandbox}/cache;XDG_RUNTIME_DIR=${sandbox}/runtime;ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:halt_on_error=1:detect_stack_use_after_return=0;UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/scripts/lsan.supp:print_suppressions=0")
+endfunction()
+
+# zelt_add_bench(<subject> SOURCES <files...> LIBS <targets...>): bench_<subject>, never a CTest test.
+function(zelt_add_bench subject)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+    qt_add_executable(bench_${subject} ${ARG_SOURCES})
+    target_link_libraries(bench_${subject} PRIVATE ${ARG_LIBS})
+endfunction()

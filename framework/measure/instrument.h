@@ -1,0 +1,20 @@
+#pragma once
+// Base of every instrument driver: something that can be opened, closed and asked whether it runs.
+
+#include <QObject>
+
+namespace zelt::measure {
+
+class Instrument : public QObject
+{
+    Q_OBJECT
+public:
+    explicit Instrument(QObject* parent = nullptr);
+    ~Instrument() override;
+
+    virtual bool open() = 0;
+    virtual bool close() = 0;
+    virtual bool isActive() const = 0;
+};
+
+} // namespace zelt::measure

@@ -1,0 +1,1 @@
+#include "measure/io/abstractio.h"

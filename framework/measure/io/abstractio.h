@@ -1,0 +1,48 @@
+#pragma once
+// Base of the byte channels to an instrument. Opening is asynchronous: open()
+// starts it, and opened() or errorOccurred() follow through the event loop.
+// All signals come on the thread of the object.
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+
+namespace zelt::measure::io {
+
+class AbstractIO : public QObject
+{
+    Q_OBJECT
+public:
+    explicit AbstractIO(QObject* parent = nullptr);
+    ~AbstractIO() override;
+
+    // Starts opening. False when the attempt cannot even begin (the reason is
+    // in errorString() and errorOccurred() follows as for any other failure).
+    virtual bool open() = 0;
+    // Sends what is still buffered, then closes; closed() follows.
+    virtual void close() = 0;
+    // Closes at once, dropping what is buffered; closed() follows.
+    virtual void abort() = 0;
+    virtual bool isOpen() const = 0;
+    // Queues bytes for sending; false when the channel is not open.
+    virtual bool write(QByteArray const& data) = 0;
+
+    QString errorString() const { return m_errorString; }
+    // A short description of the channel for messages, such as its resource string.
+    virtual QString description() const = 0;
+
+Q_SIGNALS:
+    void opened();
+    void closed();
+    void dataReceived(QByteArray const& data);
+    // Failure to open, or loss of an open channel; closed() follows for the latter.
+    void errorOccurred(QString const& message);
+
+protected:
+    void setErrorString(QString const& message) { m_errorString = message; }
+
+private:
+    QString m_errorString;
+};
+
+} // namespace zelt::measure::io

@@ -1,0 +1,1 @@
+#include "measure/io/visa/visaio.h"

@@ -1,0 +1,1 @@
+#include "measure/measureinst.h"

@@ -1,0 +1,145 @@
+#pragma once
+// An instrument driven by a command queue over an I/O channel.
+//
+// The queue holds a ring of cyclic boxes (the polling cycle) and a FIFO of
+// one-shot words and acyclic groups. After each word the FIFO, if it holds
+// anything, is drained in order before the ring goes on, so one-shot words run
+// between two ring entries, an acyclic group is never split, and things
+// appended one after the other run in that order.
+//
+// One word runs at a time. A word whose time is above zero awaits a response:
+// the queue holds until respond() is called or the time runs out (then
+// processTimeout(), processError(), and the next word). Words are dispatched
+// through the event loop, never by recursion from one word to the next: a
+// response that serves a word lets the next one go out once the frame has been
+// handled, and a word served within its own processWord() (no response awaited,
+// or a derived class that consumes it) hands over through a zero timer.
+// Frames that arrive when no word awaits a response are dropped.
+
+#include "measure/instrument.h"
+#include "measure/wordbox.h"
+#include "util/word.h"
+
+#include <QByteArray>
+#include <QElapsedTimer>
+#include <QList>
+#include <QSharedPointer>
+#include <QTimer>
+
+#include <deque>
+
+namespace zelt::measure {
+
+namespace io {
+class AbstractIO;
+}
+
+class MeasureInst : public Instrument
+{
+    Q_OBJECT
+public:
+    // closeIoOnStop: whether stopping the queue also closes the I/O channel
+    // (true: each open() connects anew).
+    MeasureInst(QSharedPointer<io::AbstractIO> io, bool closeIoOnStop, QObject* parent = nullptr);
+    ~MeasureInst() override;
+
+    // Opens the channel, takes initCommand() as the ring and runs it; started()
+    // follows once the channel is open. Words appended while stopped are dropped
+    // here: a new run begins with the ring alone. False when already active or
+    // when the channel cannot start opening; stoped() follows every failure.
+    bool open() override;
+    // close(false).
+    bool close() override;
+    bool isActive() const override { return m_state != State::Idle; }
+    bool active() const { return isActive(); }
+
+    virtual void readyRead(QByteArray const& data);
+    // Stops the queue; stoped() follows through the event loop once the channel
+    // is closed. drain true lets the one-shot words already waiting go out first.
+    // False when not active.
+    virtual bool close(bool drain);
+    // The ring that open() starts with.
+    virtual QList<QSharedPointer<WordBox>> initCommand();
+    // Sends the word and, if it awaits a response, arms the wait.
+    virtual void processWord(QSharedPointer<util::Word> const& word);
+    // Cuts one line (LF, a CR before it dropped) off the front of buffer.
+    virtual bool pickFrame(QByteArray& buffer, QByteArray& frame);
+    // Called with each frame while currentWord() is the word it answers.
+    // The default accepts the frame as the response.
+    virtual void decodeFrame(QByteArray const& frame);
+    // Ends the wait for the current word; processError() carries it.
+    virtual void processTimeout(QSharedPointer<util::Word> const& word);
+
+    // Stops at once: the channel is aborted, nothing more is sent.
+    void closeForce();
+
+    QSharedPointer<util::Word> makeWord(QString const& text, int time) const;
+    void AppendCommand(QList<QSharedPointer<WordBox>> const& boxes);
+    // once true: runs once, between two ring entries; false: joins the ring.
+    void AppendCommand(QSharedPointer<util::Word> const& word, bool once);
+    // cyclic: drop the ring; pending: drop the one-shot words and groups waiting.
+    // A word in flight stays current until served, but nothing after it remains.
+    void clearCommand(bool cyclic, bool pending);
+
+    QSharedPointer<util::Word> currentWord() const { return m_current; }
+    bool needResponse() const { return m_awaiting; }
+    bool needResponse(QSharedPointer<util::Word> const& word) const;
+    // The current word is served; the next one may run.
+    void respond();
+
+    // Pause between one word and the next, in milliseconds; 0 runs as fast as
+    // the instrument answers.
+    void setInterval(int milliseconds);
+    int interval() const { return m_interval; }
+
+    QSharedPointer<io::AbstractIO> io() const { return m_io; }
+    // The last failure of the channel, for messages.
+    QString errorString() const { return m_errorString; }
+
+    int ringSize() const { return int(m_ring.size()); }
+    int pendingSize() const { return int(m_fifo.size()); }
+
+Q_SIGNALS:
+    void started();
+    void stoped();
+    void processError(QSharedPointer<zelt::util::Word> const& word);
+    // The channel failed to open or was lost; stoped() follows.
+    void ioError(QString const& message);
+
+private:
+    enum class State { Idle, Opening, Running, Draining, Closing };
+
+    void onOpened();
+    void onClosed();
+    void onIoError(QString const& message);
+    void onData(QByteArray const& data);
+    void onWatchdog();
+    void dispatch();
+    void scheduleNext();
+    void finishStop();
+    void stopWatchdog();
+
+    QSharedPointer<io::AbstractIO> m_io;
+    bool m_closeIoOnStop;
+    State m_state = State::Idle;
+
+    QList<QSharedPointer<WordBox>> m_ring;
+    qsizetype m_ringPos = 0;
+    std::deque<QSharedPointer<util::Word>> m_fifo;
+
+    QSharedPointer<util::Word> m_current;
+    bool m_awaiting = false;
+    bool m_inDelivery = false; // handling frames from the channel
+    bool m_nextDue = false; // served while in delivery: dispatch on return
+    QElapsedTimer m_sent; // since the awaited word went out
+    qint64 m_deadline = 0; // ms after m_sent at which the word times out
+
+    QByteArray m_buffer;
+    QByteArray m_frame;
+    int m_interval = 0;
+    QTimer m_nextTimer;
+    QTimer m_watchdog;
+    QString m_errorString;
+};
+
+} // namespace zelt::measure

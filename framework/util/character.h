@@ -1,0 +1,49 @@
+#pragma once
+// Text helpers for instrument words and the CSV files of the record and the programmer.
+
+#include <QList>
+#include <QString>
+
+class QAbstractTableModel;
+
+namespace zelt::util::character {
+
+class Character
+{
+public:
+    // Trims white space, CR and LF at both ends; inner text stays as it is.
+    static QString simplifyString(QString const& text);
+    // The same at the end only.
+    static QString simplifyEnd(QString const& text);
+
+    // Case-insensitive prefix test. An empty start is a prefix of every text.
+    static bool isStart(QString const& text, QString const& start);
+
+    // Reads an instrument's boolean word: "1", "ON" and "TRUE" in any case, with
+    // blanks around them, are true; everything else, numbers such as "2" included, is false.
+    static bool strToBool(QString const& text);
+    // Writes a boolean word: "ON"/"OFF" when word is true, else "1"/"0".
+    // The instrument takes both.
+    static QString boolToStr(bool value, bool word);
+
+    // The file's lines without their terminators (LF or CRLF), read as UTF-8.
+    // A final empty line after the last terminator is not a line. No lines when
+    // the file can't be read.
+    static QList<QString> csvLoad(QString const& path);
+
+    // Writes lines, each ended by LF, as UTF-8. The file is replaced only once
+    // everything is written, so a failure never leaves a half-written file.
+    static bool csvSave(QString const& path, QList<QString> const& lines);
+
+    // Writes a table model: a header line of the horizontal header titles
+    // (Qt::DisplayRole), then one line per row of the cells' display texts.
+    // Fields are separated by commas and quoted as RFC 4180 says when they hold
+    // a comma, a quote or a line break. withKeys true writes the header from
+    // Qt::UserRole + 1 instead of the titles, where the model offers it.
+    static bool csvSave(QString const& path, QAbstractTableModel* model, bool withKeys);
+
+    // One CSV field, quoted only where it must be.
+    static QString csvField(QString const& text);
+};
+
+} // namespace zelt::util::character
