@@ -9,6 +9,7 @@ namespace zelt::measure {
 class CommandBox
 {
 public:
+    // Empty commands are not registered.
     void append(QString const& command);
     void append(QList<QString> const& commands);
 

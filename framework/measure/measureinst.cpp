@@ -1,1 +1,364 @@
 #include "measure/measureinst.h"
+
+#include "measure/io/abstractio.h"
+#include "util/code.h"
+
+namespace zelt::measure {
+
+namespace {
+// A time-out is noticed within this many milliseconds of its deadline. One
+// periodic check replaces a timer per word, which would be re-registered with
+// the event dispatcher for every query of the ring.
+constexpr int kWatchdogTick = 10;
+// A peer that never ends a line must not grow the buffer without bound.
+constexpr qsizetype kMaxBuffer = 1 << 20;
+} // namespace
+
+MeasureInst::MeasureInst(QSharedPointer<io::AbstractIO> io, bool closeIoOnStop, QObject* parent)
+    : Instrument(parent)
+    , m_io(std::move(io))
+    , m_closeIoOnStop(closeIoOnStop)
+    , m_nextTimer(this)
+    , m_watchdog(this)
+{
+    m_nextTimer.setSingleShot(true);
+    connect(&m_nextTimer, &QTimer::timeout, this, [this] {
+        m_nextDue = false;
+        dispatch();
+    });
+    m_watchdog.setInterval(kWatchdogTick);
+    connect(&m_watchdog, &QTimer::timeout, this, &MeasureInst::onWatchdog);
+
+    if (m_io) {
+        connect(m_io.data(), &io::AbstractIO::opened, this, &MeasureInst::onOpened);
+        connect(m_io.data(), &io::AbstractIO::closed, this, &MeasureInst::onClosed);
+        connect(m_io.data(), &io::AbstractIO::errorOccurred, this, &MeasureInst::onIoError);
+        connect(m_io.data(), &io::AbstractIO::dataReceived, this, &MeasureInst::onData);
+    }
+}
+
+MeasureInst::~MeasureInst()
+{
+    if (m_io) {
+        m_io->disconnect(this);
+        if (m_state != State::Idle && m_closeIoOnStop)
+            m_io->abort();
+    }
+}
+
+bool MeasureInst::open()
+{
+    if (m_state != State::Idle)
+        return false;
+
+    m_ring = initCommand();
+    m_ringPos = 0;
+    m_fifo.clear();
+    m_current.reset();
+    m_awaiting = false;
+    m_nextDue = false;
+    m_buffer.clear();
+    m_errorString.clear();
+    m_state = State::Opening;
+
+    if (!m_io) {
+        m_errorString = tr("No I/O channel to open.");
+        beginStop();
+        return false;
+    }
+    if (m_io->isOpen()) {
+        // The channel stayed open from an earlier run.
+        QMetaObject::invokeMethod(this, &MeasureInst::onOpened, Qt::QueuedConnection);
+        return true;
+    }
+    // On failure the channel reports the reason through errorOccurred(), which ends the attempt.
+    return m_io->open();
+}
+
+bool MeasureInst::close()
+{
+    return close(false);
+}
+
+bool MeasureInst::close(bool drain)
+{
+    switch (m_state) {
+    case State::Idle:
+        return false;
+    case State::Closing:
+    case State::Draining:
+        return true;
+    case State::Opening:
+        m_io->abort();
+        beginStop();
+        return true;
+    case State::Running:
+        if (drain && (m_awaiting || !m_fifo.empty())) {
+            m_state = State::Draining;
+            m_ring.clear();
+            m_ringPos = 0;
+            return true;
+        }
+        if (m_closeIoOnStop)
+            m_io->close();
+        beginStop();
+        return true;
+    }
+    return false;
+}
+
+void MeasureInst::closeForce()
+{
+    if (m_state == State::Idle || m_state == State::Closing)
+        return;
+    if (m_io)
+        m_io->abort();
+    beginStop();
+}
+
+QList<QSharedPointer<WordBox>> MeasureInst::initCommand()
+{
+    return {};
+}
+
+void MeasureInst::processWord(QSharedPointer<util::Word> const& word)
+{
+    if (word && word->code())
+        m_io->write(word->code()->frame());
+}
+
+bool MeasureInst::pickFrame(QByteArray& buffer, QByteArray& frame)
+{
+    qsizetype const end = buffer.indexOf('\n');
+    if (end < 0) {
+        if (buffer.size() > kMaxBuffer)
+            buffer.clear();
+        return false;
+    }
+    if (end == buffer.size() - 1) {
+        // The usual case, one whole line: hand the bytes over without copying them.
+        frame.swap(buffer);
+        buffer.clear();
+    } else {
+        frame = buffer.left(end + 1);
+        buffer.remove(0, end + 1);
+    }
+    frame.chop(1);
+    if (frame.endsWith('\r'))
+        frame.chop(1);
+    return true;
+}
+
+void MeasureInst::decodeFrame(QByteArray const& frame)
+{
+    Q_UNUSED(frame);
+    respond();
+}
+
+void MeasureInst::processTimeout(QSharedPointer<util::Word> const& word)
+{
+    m_awaiting = false;
+    // A partial line of the unanswered word must not prefix the next answer.
+    m_buffer.clear();
+    emit processError(word);
+    scheduleNext();
+}
+
+QSharedPointer<util::Word> MeasureInst::makeWord(QString const& text, int time) const
+{
+    return QSharedPointer<util::Word>::create(QSharedPointer<util::StringCode>::create(text), time);
+}
+
+void MeasureInst::AppendCommand(QList<QSharedPointer<WordBox>> const& boxes)
+{
+    for (auto const& box : boxes) {
+        if (!box)
+            continue;
+        if (box->isCyclic())
+            m_ring.append(box);
+        else
+            m_fifo.push_back(box->word());
+    }
+    if (!m_awaiting)
+        scheduleNext();
+}
+
+void MeasureInst::AppendCommand(QSharedPointer<util::Word> const& word, bool once)
+{
+    if (!word)
+        return;
+    if (once)
+        m_fifo.push_back(word);
+    else
+        m_ring.append(WordBoxFactory::makeCyclic(word));
+    if (!m_awaiting)
+        scheduleNext();
+}
+
+void MeasureInst::clearCommand(bool cyclic, bool pending)
+{
+    if (cyclic) {
+        m_ring.clear();
+        m_ringPos = 0;
+    }
+    if (pending)
+        m_fifo.clear();
+}
+
+bool MeasureInst::needResponse(QSharedPointer<util::Word> const& word) const
+{
+    return word && word->needResponse();
+}
+
+void MeasureInst::respond()
+{
+    if (!m_awaiting)
+        return;
+    m_awaiting = false;
+    scheduleNext();
+}
+
+void MeasureInst::setInterval(int milliseconds)
+{
+    m_interval = qMax(0, milliseconds);
+}
+
+void MeasureInst::onOpened()
+{
+    if (m_state != State::Opening)
+        return;
+    m_state = State::Running;
+    emit started();
+    if (m_state == State::Running)
+        dispatch();
+}
+
+void MeasureInst::onClosed()
+{
+    // Our own close() already ended the run; anything else is a lost connection.
+    if (m_state == State::Opening || m_state == State::Running || m_state == State::Draining)
+        onIoError(m_io->errorString().isEmpty() ? tr("The connection was closed.") : m_io->errorString());
+}
+
+void MeasureInst::onIoError(QString const& message)
+{
+    if (m_state == State::Idle || m_state == State::Closing)
+        return;
+    m_errorString = message;
+    m_io->abort();
+    beginStop();
+    emit ioError(message);
+}
+
+void MeasureInst::onData(QByteArray const& data)
+{
+    readyRead(data);
+}
+
+void MeasureInst::readyRead(QByteArray const& data)
+{
+    if (m_state != State::Running && m_state != State::Draining)
+        return;
+    m_buffer.append(data);
+    m_inDelivery = true;
+    while (pickFrame(m_buffer, m_frame)) {
+        // Nothing awaits this frame: a late or unsolicited answer, dropped.
+        if (m_awaiting)
+            decodeFrame(m_frame);
+        if (m_state != State::Running && m_state != State::Draining)
+            break;
+    }
+    m_inDelivery = false;
+    // The word served by this frame hands over to the next one here, after the
+    // frame's handling has returned, so the stack never grows from word to word.
+    if (m_nextDue && !m_nextTimer.isActive()) {
+        m_nextDue = false;
+        dispatch();
+    }
+}
+
+void MeasureInst::onWatchdog()
+{
+    if (!m_awaiting) {
+        m_watchdog.stop();
+        return;
+    }
+    if (m_sent.elapsed() >= m_deadline)
+        processTimeout(m_current);
+}
+
+void MeasureInst::scheduleNext()
+{
+    if (m_nextDue || (m_state != State::Running && m_state != State::Draining))
+        return;
+    m_nextDue = true;
+    if (m_interval > 0)
+        m_nextTimer.start(m_interval);
+    else if (!m_inDelivery)
+        m_nextTimer.start(0);
+}
+
+void MeasureInst::dispatch()
+{
+    if ((m_state != State::Running && m_state != State::Draining) || m_awaiting || m_nextDue)
+        return;
+
+    QSharedPointer<util::Word> next;
+    if (!m_fifo.empty()) {
+        next = std::move(m_fifo.front());
+        m_fifo.pop_front();
+    } else if (m_state == State::Draining) {
+        if (m_closeIoOnStop)
+            m_io->close();
+        beginStop();
+        return;
+    } else if (!m_ring.isEmpty()) {
+        if (m_ringPos >= m_ring.size())
+            m_ringPos = 0;
+        next = m_ring.at(m_ringPos++)->word();
+    } else {
+        // Nothing to run: the queue waits until something is appended.
+        m_current.reset();
+        return;
+    }
+
+    m_current = next;
+    m_awaiting = next->needResponse();
+    if (m_awaiting) {
+        m_deadline = next->time();
+        m_sent.start();
+        if (!m_watchdog.isActive())
+            m_watchdog.start();
+    }
+    processWord(next);
+    // Served within processWord(), or no response awaited: move on.
+    if (!m_awaiting)
+        scheduleNext();
+}
+
+void MeasureInst::beginStop()
+{
+    m_state = State::Closing;
+    m_ring.clear();
+    m_ringPos = 0;
+    m_fifo.clear();
+    m_current.reset();
+    m_awaiting = false;
+    m_nextDue = false;
+    m_buffer.clear();
+    m_nextTimer.stop();
+    m_watchdog.stop();
+    // stoped() always comes through the event loop, never from inside the call
+    // that stopped the run: a receiver may safely close its window there.
+    QMetaObject::invokeMethod(this, &MeasureInst::finishStop, Qt::QueuedConnection);
+}
+
+void MeasureInst::finishStop()
+{
+    if (m_state != State::Closing)
+        return;
+    m_state = State::Idle;
+    emit stoped();
+}
+
+} // namespace zelt::measure

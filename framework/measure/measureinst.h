@@ -116,8 +116,8 @@ private:
     void onWatchdog();
     void dispatch();
     void scheduleNext();
+    void beginStop();
     void finishStop();
-    void stopWatchdog();
 
     QSharedPointer<io::AbstractIO> m_io;
     bool m_closeIoOnStop;

@@ -3,6 +3,7 @@
 // and the factory that reads them from the instrument's number texts.
 
 #include <QString>
+#include <QStringView>
 
 #include <array>
 #include <limits>
@@ -45,6 +46,11 @@ public:
 // in any SCPI form; whatever follows the number, blanks trimmed, is the suffix.
 // Texts that repeat (set values read back every cycle) share one string buffer,
 // so that a long history of samples does not hold a copy of each per box.
+// The number is formatted in fixed notation with the precision's decimals; a
+// negative precision gives the shortest fixed text that reads back as the same
+// value. A non-zero width pads with blanks as QString::arg does (negative: left
+// aligned). A value that rounds to zero carries no minus sign. value and raw both
+// hold the number as read. Not thread-safe: one factory per thread.
 class QValueBoxFactory
 {
 public:
@@ -58,12 +64,18 @@ public:
     QValueBox makeLazy(QString const& text);
 
 private:
-    QString const& intern(QString&& text);
+    QString format(double value);
+    // A small set-associative cache keyed by the text's hash: a hit hands out the
+    // cached buffer. Texts read every cycle stay, since each use makes its entry the
+    // most recent of its set, while a reading seen once soon gives way. Several ways
+    // per set keep two steady texts whose hashes meet from pushing each other out.
+    QString const& intern(QStringView text);
 
     int m_width = 0;
     int m_precision = 3;
-    static constexpr int kCacheSize = 64;
-    std::array<QString, kCacheSize> m_cache;
+    static constexpr int kCacheSets = 64;
+    static constexpr int kCacheWays = 8;
+    std::array<QString, kCacheSets * kCacheWays> m_cache;
 };
 
 } // namespace zelt::measure

@@ -26,9 +26,9 @@ public:
     // The instrument takes both.
     static QString boolToStr(bool value, bool word);
 
-    // The file's lines without their terminators (LF or CRLF), read as UTF-8.
-    // A final empty line after the last terminator is not a line. No lines when
-    // the file can't be read.
+    // The file's lines without their terminators (LF or CRLF), read as UTF-8; a
+    // leading byte order mark is dropped. A final empty line after the last
+    // terminator is not a line. No lines when the file can't be read.
     static QList<QString> csvLoad(QString const& path);
 
     // Writes lines, each ended by LF, as UTF-8. The file is replaced only once
@@ -39,7 +39,8 @@ public:
     // (Qt::DisplayRole), then one line per row of the cells' display texts.
     // Fields are separated by commas and quoted as RFC 4180 says when they hold
     // a comma, a quote or a line break. withKeys true writes the header from
-    // Qt::UserRole + 1 instead of the titles, where the model offers it.
+    // Qt::UserRole + 1 instead of the titles, where the model offers a non-empty
+    // key for the column. Lines end in LF, UTF-8, replaced only once complete as above.
     static bool csvSave(QString const& path, QAbstractTableModel* model, bool withKeys);
 
     // One CSV field, quoted only where it must be.

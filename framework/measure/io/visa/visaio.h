@@ -38,6 +38,8 @@ public:
 
 private:
     void fail(QString const& message);
+    void postClosed();
+    void dropSocket(bool flush);
     void onConnected();
     void onDisconnected();
     void onSocketError();
@@ -50,6 +52,8 @@ private:
     QTcpSocket* m_socket = nullptr;
     QTimer* m_connectTimer = nullptr;
     bool m_open = false;
+    // Counts open() calls, so that a report queued for an earlier attempt is dropped.
+    int m_generation = 0;
 };
 
 } // namespace zelt::measure::io::visa

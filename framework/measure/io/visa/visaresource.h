@@ -11,6 +11,9 @@ struct VisaResource
 {
     enum class Kind { Invalid, TcpipSocket, TcpipInstr, Asrl, Usb, Gpib };
 
+    // Blanks around the text are ignored. Without a class suffix a resource is INSTR,
+    // but "TCPIP::host::5025" is refused: a bare number there is a port that lost its
+    // "::SOCKET". An invalid text gives Kind::Invalid, with error saying what is wrong.
     static VisaResource parse(QString const& text);
     // The canonical text: upper-case keywords, board number, explicit suffix.
     QString canonical() const;
@@ -18,10 +21,10 @@ struct VisaResource
 
     Kind kind = Kind::Invalid;
     int board = 0;
-    QString host; // TCPIP: host name or address
+    QString host; // TCPIP: host name or address; an IPv6 address without its brackets
     quint16 port = 0; // TCPIP SOCKET
     QString lanDevice; // TCPIP INSTR: "inst0" unless given
-    QString serialPort; // ASRL: a device path or "COMn"/port number as given
+    QString serialPort; // ASRL: a device path as given, or the port number (then also board)
     quint16 vendorId = 0; // USB
     quint16 productId = 0; // USB
     QString serialNumber; // USB

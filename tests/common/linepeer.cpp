@@ -1,0 +1,53 @@
+#include "linepeer.h"
+
+#include <QTcpSocket>
+
+LinePeer::LinePeer(QObject* parent)
+    : QObject(parent)
+{
+    m_responder = [](QString const& line) {
+        return line.contains(QLatin1Char('?')) ? line + QStringLiteral("=ok") : QString();
+    };
+    connect(&m_server, &QTcpServer::newConnection, this, &LinePeer::onNewConnection);
+}
+
+bool LinePeer::listen(quint16 port)
+{
+    return m_server.listen(QHostAddress::LocalHost, port);
+}
+
+QString LinePeer::resource() const
+{
+    return QStringLiteral("TCPIP0::127.0.0.1::%1::SOCKET").arg(port());
+}
+
+void LinePeer::onNewConnection()
+{
+    while (QTcpSocket* socket = m_server.nextPendingConnection()) {
+        ++m_connections;
+        socket->setParent(this);
+        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        connect(socket, &QTcpSocket::readyRead, this, [this, socket] { onReadyRead(socket); });
+        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+    }
+}
+
+void LinePeer::onReadyRead(QTcpSocket* socket)
+{
+    while (socket->canReadLine()) {
+        // Only the terminator goes: a stray blank before it is what a test may look for.
+        QString line = QString::fromUtf8(socket->readLine());
+        while (line.endsWith(QLatin1Char('\n')) || line.endsWith(QLatin1Char('\r')))
+            line.chop(1);
+        m_lines.append(line);
+        emit lineReceived(line);
+        QString const answer = m_responder(line);
+        if (!answer.isNull())
+            socket->write(answer.toUtf8() + '\n');
+        if (m_closeAfter > 0 && m_lines.size() >= m_closeAfter) {
+            socket->flush();
+            socket->disconnectFromHost();
+            return;
+        }
+    }
+}
