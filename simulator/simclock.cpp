@@ -1,0 +1,7 @@
+#include "simclock.h"
+
+namespace kvrsim {
+
+SimClock::~SimClock() = default;
+
+} // namespace kvrsim

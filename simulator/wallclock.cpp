@@ -1,0 +1,15 @@
+#include "wallclock.h"
+
+namespace kvrsim {
+
+WallClock::WallClock()
+{
+    m_timer.start();
+}
+
+qint64 WallClock::nowMsecs() const
+{
+    return m_timer.elapsed();
+}
+
+} // namespace kvrsim
