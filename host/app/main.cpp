@@ -1,0 +1,165 @@
+// zelt-host: loads the instrument plug-ins and shows their windows.
+
+#include "mainwindow.h"
+#include "pluginmanager.h"
+
+#include "widget/modelinfo.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QFileInfo>
+#include <QIcon>
+#include <QTimer>
+#include <QtGlobal>
+
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+namespace {
+
+QString const kDefaultModel = QStringLiteral("KVR9040-40");
+int const kOpenTimeoutMs = 30000;
+
+void setUpParser(QCommandLineParser& parser)
+{
+    parser.setApplicationDescription(QCoreApplication::translate("main", "Laboratory instrument host."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addOptions({
+        {"simulate", QCoreApplication::translate("main", "Open a simulated instrument of MODEL."), "MODEL"},
+        {"resource", QCoreApplication::translate("main", "Open the instrument at the VISA resource STRING."),
+         "STRING"},
+        {"model", QCoreApplication::translate("main", "Model of the instrument given by --resource."),
+         "MODEL"},
+        {"name", QCoreApplication::translate("main", "Name of the instrument."), "NAME"},
+        {"plugin-dir", QCoreApplication::translate("main", "Load the plug-ins of DIR."), "DIR"},
+        {"list-models",
+         QCoreApplication::translate("main", "Print every plug-in's family and models, and exit.")},
+        {"screenshot",
+         QCoreApplication::translate("main",
+                                     "Once the instrument window has opened, save a picture of "
+                                     "the main window to FILE and exit."),
+         "FILE"},
+        {"delay", QCoreApplication::translate("main", "Seconds to wait before the screenshot (default 1)."),
+         "SECONDS", "1"},
+    });
+}
+
+void loadPlugins(zelt::host::PluginManager& plugins, QCommandLineParser const& parser)
+{
+    QString const folder = parser.isSet("plugin-dir") ? parser.value("plugin-dir")
+                                                      : zelt::host::PluginManager::defaultFolder();
+    plugins.loadFolder(folder);
+    for (auto const& failure : plugins.failures())
+        qWarning("Plug-in %s not loaded: %s", qPrintable(failure.path), qPrintable(failure.reason));
+}
+
+int listModels(QCommandLineParser const& parser)
+{
+    zelt::host::PluginManager plugins;
+    loadPlugins(plugins, parser);
+    for (auto const& plugin : plugins.plugins()) {
+        for (auto const& view : plugin.modelInfo.viewInfos)
+            std::printf("%s\t%s\n", qPrintable(plugin.modelInfo.familyName), qPrintable(view.model));
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication::setOrganizationName(QStringLiteral("Zelt"));
+    QCoreApplication::setApplicationName(QStringLiteral("zelt-host"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(ZELT_VERSION));
+
+    // Listing needs no display: decide before a GUI application exists.
+    bool listOnly = false;
+    for (int i = 1; i < argc; ++i)
+        listOnly = listOnly || qstrcmp(argv[i], "--list-models") == 0;
+    std::unique_ptr<QCoreApplication> app(listOnly ? new QCoreApplication(argc, argv)
+                                                   : new QApplication(argc, argv));
+    QCommandLineParser parser;
+    setUpParser(parser);
+    parser.process(*app);
+    if (listOnly)
+        return listModels(parser);
+
+    if (parser.isSet("resource") != parser.isSet("model")) {
+        std::fprintf(stderr, "%s\n",
+                     qPrintable(QCoreApplication::translate("main", "--resource and --model go together.")));
+        return 2;
+    }
+    bool ok = false;
+    double const delay = parser.value("delay").toDouble(&ok);
+    if (!ok || delay < 0) {
+        std::fprintf(stderr, "%s\n",
+                     qPrintable(QCoreApplication::translate("main", "--delay takes seconds.")));
+        return 2;
+    }
+
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/images/zelt-host.png")));
+    zelt::host::PluginManager plugins;
+    loadPlugins(plugins, parser);
+    zelt::host::MainWindow window(&plugins);
+    window.show();
+
+    QString const screenshot = parser.value("screenshot");
+    auto grab = [&window, screenshot] {
+        QString const path = QFileInfo(screenshot).absoluteFilePath();
+        if (!window.grab().save(path)) {
+            std::fprintf(stderr, "%s\n",
+                         qPrintable(QCoreApplication::translate("main", "Cannot write %1.").arg(path)));
+            QCoreApplication::exit(1);
+            return;
+        }
+        std::printf("%s\n", qPrintable(path));
+        std::fflush(stdout);
+        QCoreApplication::exit(0);
+    };
+    auto grabLater = [grab, delay] {
+        QTimer::singleShot(int(delay * 1000), qApp, grab);
+    };
+
+    QString error;
+    bool opening = false;
+    QString const name = parser.value("name");
+    if (parser.isSet("simulate")) {
+        opening = window.openSimulated(parser.value("simulate"), name, &error);
+    } else if (parser.isSet("resource")) {
+        opening = window.openResource(parser.value("model"), parser.value("resource"), name, &error);
+    } else if (plugins.findModel(kDefaultModel)) {
+        opening = window.openSimulated(kDefaultModel, name, &error);
+    } else {
+        window.showConnectDialog(false);
+    }
+    if (!error.isEmpty()) {
+        std::fprintf(stderr, "%s\n", qPrintable(error));
+        if (!screenshot.isEmpty())
+            return 1;
+        window.showConnectDialog(parser.isSet("simulate"));
+    }
+
+    if (!screenshot.isEmpty()) {
+        if (opening) {
+            auto once = std::make_shared<bool>(false);
+            QObject::connect(&window, &zelt::host::MainWindow::equipmentOpened, &window, [grabLater, once] {
+                if (!std::exchange(*once, true))
+                    grabLater();
+            });
+            QTimer::singleShot(kOpenTimeoutMs, &window, [once] {
+                if (*once)
+                    return;
+                std::fprintf(
+                    stderr, "%s\n",
+                    qPrintable(QCoreApplication::translate("main", "The instrument window did not open.")));
+                QCoreApplication::exit(1);
+            });
+        } else {
+            grabLater();
+        }
+    }
+    return app->exec();
+}

@@ -1,0 +1,52 @@
+#pragma once
+// The host's main window: a multi-document area with one sub-window per
+// connected instrument, and the menus to connect, simulate and arrange them.
+
+#include "widget/equipmentinfo.h"
+
+#include <QMainWindow>
+#include <QSharedPointer>
+
+class QMdiArea;
+
+namespace zelt::host {
+
+class PluginManager;
+struct ConnectRequest;
+
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+public:
+    explicit MainWindow(PluginManager* plugins, QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    QMdiArea* mdiArea() const { return m_mdi; }
+
+    // Each opens the window of one instrument and returns false with the reason
+    // in error when it can't. The window shows as soon as the plug-in returns it.
+    bool openSimulated(QString const& model, QString const& name, QString* error = nullptr);
+    bool openResource(QString const& model, QString const& resource, QString const& name,
+                      QString* error = nullptr);
+    bool open(ConnectRequest const& request, QString* error = nullptr);
+
+    // Shows the connect dialog, not blocking; simulated preselects the simulator.
+    void showConnectDialog(bool simulated = false);
+
+Q_SIGNALS:
+    // An instrument window has told that it opened.
+    void equipmentOpened(QSharedPointer<zelt::widget::EquipmentInfo> const& info);
+
+private:
+    void createMenus();
+    bool openEquipment(QSharedPointer<zelt::widget::EquipmentInfo> const& info, QObject* simulator,
+                       QString* error);
+    void reportPlugins();
+    void showAbout();
+    void showPlugins();
+
+    PluginManager* m_plugins;
+    QMdiArea* m_mdi;
+};
+
+} // namespace zelt::host

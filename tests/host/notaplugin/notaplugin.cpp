@@ -1,0 +1,6 @@
+// A shared library without Qt's plug-in entry points.
+
+extern "C" int zeltNotAPlugin()
+{
+    return 42;
+}

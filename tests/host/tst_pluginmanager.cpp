@@ -1,0 +1,112 @@
+#include "pluginmanager.h"
+
+#include "widget/iequipment.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QTest>
+
+using zelt::host::PluginManager;
+
+class TestPluginManager : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void load_data();
+    void load();
+    void missingFolder();
+    void findModel();
+};
+
+void TestPluginManager::load_data()
+{
+    // Files put into the folder, by the name they get there ("" for a text file).
+    QTest::addColumn<QStringList>("files");
+    QTest::addColumn<QStringList>("families");
+    QTest::addColumn<QStringList>("failedNames");
+    QTest::addColumn<QString>("reasonPart");
+    QString const demo = ZELT_DEMO_PLUGIN_FILE;
+    QString const wrong = ZELT_WRONG_PLUGIN_FILE;
+    QString const notPlugin = ZELT_NOT_A_PLUGIN_FILE;
+
+    QTest::newRow("good") << QStringList {demo} << QStringList {"Demo"} << QStringList {} << QString();
+    QTest::newRow("wrong interface") << QStringList {wrong} << QStringList {}
+                                     << QStringList {QFileInfo(wrong).fileName()}
+                                     << "kz.ns.zelt::widget::IEquipment";
+    QTest::newRow("library without plug-in entry")
+        << QStringList {notPlugin} << QStringList {} << QStringList {QFileInfo(notPlugin).fileName()}
+        << QString();
+    QTest::newRow("garbage named like a library")
+        << QStringList {"libgarbage.so"} << QStringList {} << QStringList {"libgarbage.so"} << QString();
+    QTest::newRow("other files ignored")
+        << QStringList {"readme.txt", demo} << QStringList {"Demo"} << QStringList {} << QString();
+    QTest::newRow("mixed folder") << QStringList {wrong, demo, notPlugin} << QStringList {"Demo"}
+                                  << QStringList {QFileInfo(notPlugin).fileName(),
+                                                  QFileInfo(wrong).fileName()}
+                                  << QString();
+}
+
+void TestPluginManager::load()
+{
+    QFETCH(QStringList, files);
+    QFETCH(QStringList, families);
+    QFETCH(QStringList, failedNames);
+    QFETCH(QString, reasonPart);
+
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    for (QString const& file : files) {
+        QString const target = dir.filePath(QFileInfo(file).fileName());
+        if (QFileInfo(file).isAbsolute()) {
+            QVERIFY(QFile::copy(file, target));
+        } else {
+            QFile text(target);
+            QVERIFY(text.open(QIODevice::WriteOnly));
+            text.write("not a library\n");
+        }
+    }
+    PluginManager manager;
+    QCOMPARE(manager.loadFolder(dir.path()), families.size());
+    QStringList loaded;
+    for (auto const& plugin : manager.plugins()) {
+        loaded << plugin.modelInfo.familyName;
+        QVERIFY(plugin.equipment);
+        QCOMPARE(plugin.modelInfo, plugin.equipment->modelInfo());
+    }
+    QCOMPARE(loaded, families);
+
+    QStringList failed;
+    for (auto const& failure : manager.failures()) {
+        failed << QFileInfo(failure.path).fileName();
+        QVERIFY2(!failure.reason.isEmpty(), qPrintable(failure.path));
+        if (!reasonPart.isEmpty())
+            QVERIFY2(failure.reason.contains(reasonPart), qPrintable(failure.reason));
+    }
+    QCOMPARE(failed, failedNames);
+}
+
+void TestPluginManager::missingFolder()
+{
+    PluginManager manager;
+    QCOMPARE(manager.loadFolder(QStringLiteral("/nonexistent/zelt/plugins")), 0);
+    QCOMPARE(manager.failures().size(), 1);
+    QVERIFY(!manager.failures().first().reason.isEmpty());
+}
+
+void TestPluginManager::findModel()
+{
+    QTemporaryDir dir;
+    QVERIFY(QFile::copy(ZELT_DEMO_PLUGIN_FILE, dir.filePath(QFileInfo(ZELT_DEMO_PLUGIN_FILE).fileName())));
+    PluginManager manager;
+    QCOMPARE(manager.loadFolder(dir.path()), 1);
+    QVERIFY(manager.findModel("KVR9800-2"));
+    QCOMPARE(manager.findModel("KVR9800-2")->modelInfo.familyName, QString("Demo"));
+    QCOMPARE(manager.findModel("KVR9800-3"), nullptr);
+    QCOMPARE(manager.findModel("kvr9800-2"), nullptr); // model texts are exact
+    QVERIFY(manager.findFamily("Demo"));
+    QCOMPARE(manager.findFamily("demo"), nullptr);
+}
+
+QTEST_MAIN(TestPluginManager)
+#include "tst_pluginmanager.moc"

@@ -1,0 +1,6 @@
+#include "notaninstrument.h"
+
+NotAnInstrument::NotAnInstrument(QObject* parent)
+    : QObject(parent)
+{
+}
