@@ -20,35 +20,15 @@ namespace {
 constexpr int kWordsPerRun = 20000;
 constexpr int kRounds = 5;
 
-// The queries of one polling pass of a power supply.
+// As many query lines as one polling pass of a power supply sends, of similar length.
 QList<QByteArray> const& queryLines()
 {
-    static QList<QByteArray> const lines = {":SYSTem:POWER:MODE?",
-                                            ":MEASure:ALL?",
-                                            ":OUTPut:MODE?",
-                                            ":OUTPut:STATe?",
-                                            ":OUTPut:CVCC?",
-                                            ":SOURce:VOLTage:LEVel?",
-                                            ":SOURce:CURRent:LEVel?",
-                                            ":SOURce:VOLTage:PROTection:LEVel?",
-                                            ":SOURce:VOLTage:PROTection:STATe?",
-                                            ":OUTPut:OVP:TRIPed?",
-                                            ":SOURce:CURRent:PROTection:LEVel?",
-                                            ":SOURce:CURRent:PROTection:STATe?",
-                                            ":OUTPut:OCP:TRIPed?",
-                                            ":SOURce:VOLTage:SLEW:RISing?",
-                                            ":SOURce:VOLTage:SLEW:FALLing?",
-                                            ":SOURce:CURRent:SLEW:RISing?",
-                                            ":SOURce:CURRent:SLEW:FALLing?",
-                                            ":RESistance?",
-                                            ":SYSTem:BEEPer:STATe?",
-                                            ":SYSTem:BRIGhtness?",
-                                            ":SYSTem:POWER:POWERDown?",
-                                            ":SYSTem:POWER:ID?",
-                                            ":SYSTem:POWER:POWEROut?",
-                                            ":SYSTem:POWER:OVPDelay?",
-                                            ":SYSTem:POWER:OCPDelay?",
-                                            ":SYSTem:POWER:ELOAD:STATe?"};
+    static QList<QByteArray> const lines = [] {
+        QList<QByteArray> result;
+        for (int i = 0; i < 26; ++i)
+            result.append(":SOURce:CHANnel:PARameter" + QByteArray::number(i) + '?');
+        return result;
+    }();
     return lines;
 }
 
