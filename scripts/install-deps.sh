@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
     cmake ninja-build g++ pkg-config
-    qt6-base-dev qt6-base-dev-tools libqt6opengl6-dev qt6-serialport-dev
+    qt6-base-dev qt6-base-dev-tools qt6-serialport-dev
     libqcustomplot-dev liblxi-dev libgl-dev
     fonts-dejavu-core
 )
