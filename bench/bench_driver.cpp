@@ -8,7 +8,9 @@
 #include "manualclock.h"
 #include "measure/io/abstractio.h"
 #include "measure/io/visa/visaio.h"
+#include "measure/wordbox.h"
 #include "simserver.h"
+#include "util/code.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -32,41 +34,23 @@ namespace {
 constexpr int kRunMs = 2500;
 constexpr int kRetainedSamples = 100000;
 
-QStringList const kRing = {
-    ":SYSTem:POWER:MODE?",
-    ":MEASure:ALL?",
-    ":OUTPut:MODE?",
-    ":OUTPut:STATe?",
-    ":OUTPut:CVCC?",
-    ":SOURce:VOLTage:LEVel?",
-    ":SOURce:CURRent:LEVel?",
-    ":SOURce:VOLTage:PROTection:LEVel?",
-    ":SOURce:VOLTage:PROTection:STATe?",
-    ":OUTPut:OVP:TRIPed?",
-    ":SOURce:CURRent:PROTection:LEVel?",
-    ":SOURce:CURRent:PROTection:STATe?",
-    ":OUTPut:OCP:TRIPed?",
-    ":SOURce:VOLTage:SLEW:RISing?",
-    ":SOURce:VOLTage:SLEW:FALLing?",
-    ":SOURce:CURRent:SLEW:RISing?",
-    ":SOURce:CURRent:SLEW:FALLing?",
-    ":RESistance?",
-    ":SYSTem:BEEPer:STATe?",
-    ":SYSTem:BRIGhtness?",
-    ":SYSTem:POWER:POWERDown?",
-    ":SYSTem:POWER:ID?",
-    ":SYSTem:POWER:POWEROut?",
-    ":SYSTem:POWER:OVPDelay?",
-    ":SYSTem:POWER:OCPDelay?",
-    ":SYSTem:POWER:ELOAD:STATe?",
-};
+// The queries of the driver's own normal ring, as they go on the wire; the sign words stay out.
+QList<QByteArray> ringQueries()
+{
+    MyDMM dmm(ChannelLimitRange(), QSharedPointer<VisaIO>::create(), true);
+    QList<QByteArray> lines;
+    for (auto const& box : dmm.initCommand()) {
+        QByteArray const& frame = box->word()->code()->frame();
+        if (frame.contains('?'))
+            lines.append(frame);
+    }
+    return lines;
+}
 
 // The ring's queries one at a time over a plain socket, each sent once the previous one is answered.
 double barePassesPerSecond(QString const& host, quint16 port)
 {
-    QList<QByteArray> lines;
-    for (QString const& query : kRing)
-        lines.append(query.toLatin1() + '\n');
+    QList<QByteArray> const lines = ringQueries();
 
     QTcpSocket socket;
     socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
@@ -255,7 +239,7 @@ int main(int argc, char* argv[])
     }
     double const overhead = (bare / driver - 1.0) * 100.0;
     std::printf("bare ping-pong: %.0f passes/s (%.1f us a pass, %.2f us a query)\n", bare, 1e6 / bare,
-                1e6 / bare / kRing.size());
+                1e6 / bare / ringQueries().size());
     std::printf("driver:         %.0f samples/s (%.1f us a pass)\n", driver, 1e6 / driver);
     std::printf("driver cost:    %.1f us a pass over the bare exchange (%.1f %%)\n",
                 1e6 / driver - 1e6 / bare, overhead);
