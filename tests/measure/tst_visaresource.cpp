@@ -9,7 +9,7 @@ Q_DECLARE_METATYPE(VisaResource::Kind)
 
 namespace {
 
-// The fields that the kind uses, in one line, so that a table row can state them all.
+// The fields that the kind uses, in one line.
 QString fields(VisaResource const& r)
 {
     switch (r.kind) {
@@ -53,63 +53,39 @@ void TestVisaResource::good_data()
     QTest::addColumn<int>("board");
     QTest::addColumn<QString>("fields");
     QTest::addColumn<QString>("canonical");
+    auto const row = [](char const* name, char const* text, Kind kind, int board, char const* fields,
+                        char const* canonical) {
+        QTest::newRow(name) << QString(text) << kind << board << QString(fields) << QString(canonical);
+    };
 
-    QTest::newRow("socket") << "TCPIP0::192.168.1.5::5025::SOCKET" << Kind::TcpipSocket << 0
-                            << "192.168.1.5 port 5025"
-                            << "TCPIP0::192.168.1.5::5025::SOCKET";
-    QTest::newRow("socket without board, lower case")
-        << "tcpip::localhost::5025::socket" << Kind::TcpipSocket << 0 << "localhost port 5025"
-        << "TCPIP0::localhost::5025::SOCKET";
-    QTest::newRow("socket board 3, mixed case, blanks")
-        << "  TcpIp3::Bench-PSU.lab.local::1::Socket \n"
-        << Kind::TcpipSocket << 3 << "Bench-PSU.lab.local port 1"
-        << "TCPIP3::Bench-PSU.lab.local::1::SOCKET";
-    QTest::newRow("socket highest port")
-        << "TCPIP::10.0.0.1::65535::SOCKET" << Kind::TcpipSocket << 0 << "10.0.0.1 port 65535"
-        << "TCPIP0::10.0.0.1::65535::SOCKET";
-    QTest::newRow("socket IPv6") << "TCPIP0::[fe80::1]::5025::SOCKET" << Kind::TcpipSocket << 0
-                                 << "fe80::1 port 5025"
-                                 << "TCPIP0::[fe80::1]::5025::SOCKET";
-    QTest::newRow("socket IPv6 loopback")
-        << "TCPIP::[::1]::5025::SOCKET" << Kind::TcpipSocket << 0 << "::1 port 5025"
-        << "TCPIP0::[::1]::5025::SOCKET";
-    QTest::newRow("instr") << "TCPIP0::192.168.1.5::inst0::INSTR" << Kind::TcpipInstr << 0
-                           << "192.168.1.5 device inst0"
-                           << "TCPIP0::192.168.1.5::inst0::INSTR";
-    QTest::newRow("instr host only") << "TCPIP::psu.local" << Kind::TcpipInstr << 0
-                                     << "psu.local device inst0"
-                                     << "TCPIP0::psu.local::inst0::INSTR";
-    QTest::newRow("instr host and suffix")
-        << "TCPIP1::psu::INSTR" << Kind::TcpipInstr << 1 << "psu device inst0"
-        << "TCPIP1::psu::inst0::INSTR";
-    QTest::newRow("instr device without suffix")
-        << "TCPIP::psu::hislip0" << Kind::TcpipInstr << 0 << "psu device hislip0"
-        << "TCPIP0::psu::hislip0::INSTR";
-    QTest::newRow("instr IPv6") << "TCPIP::[2001:db8::5]::INSTR" << Kind::TcpipInstr << 0
-                                << "2001:db8::5 device inst0"
-                                << "TCPIP0::[2001:db8::5]::inst0::INSTR";
-    QTest::newRow("serial device") << "ASRL/dev/ttyUSB0::INSTR" << Kind::Asrl << 0 << "port /dev/ttyUSB0"
-                                   << "ASRL/dev/ttyUSB0::INSTR";
-    QTest::newRow("serial device path keeps case") << "asrl/dev/serial/by-id/usb-FTDI_A1::instr" << Kind::Asrl
-                                                   << 0 << "port /dev/serial/by-id/usb-FTDI_A1"
-                                                   << "ASRL/dev/serial/by-id/usb-FTDI_A1::INSTR";
-    QTest::newRow("serial number") << "ASRL3::INSTR" << Kind::Asrl << 3 << "port 3"
-                                   << "ASRL3::INSTR";
-    QTest::newRow("serial number without suffix") << "asrl12" << Kind::Asrl << 12 << "port 12"
-                                                  << "ASRL12::INSTR";
-    QTest::newRow("usb hex ids") << "USB0::0x1AB1::0x04CE::DS1ZA1234::0::INSTR" << Kind::Usb << 0
-                                 << "1ab1:04ce serial DS1ZA1234 interface 0"
-                                 << "USB0::0x1AB1::0x04CE::DS1ZA1234::0::INSTR";
-    QTest::newRow("usb decimal ids, no interface, no suffix")
-        << "usb1::6833::1230::SN42" << Kind::Usb << 1 << "1ab1:04ce serial SN42 interface -1"
-        << "USB1::0x1AB1::0x04CE::SN42::INSTR";
-    QTest::newRow("usb lower-case hex")
-        << "USB::0x0aad::0xff::x::INSTR" << Kind::Usb << 0 << "0aad:00ff serial x interface -1"
-        << "USB0::0x0AAD::0x00FF::x::INSTR";
-    QTest::newRow("gpib") << "GPIB0::5::INSTR" << Kind::Gpib << 0 << "address 5"
-                          << "GPIB0::5::INSTR";
-    QTest::newRow("gpib board, no suffix") << "gpib2::30" << Kind::Gpib << 2 << "address 30"
-                                           << "GPIB2::30::INSTR";
+    row("socket", "TCPIP0::192.168.1.5::5025::SOCKET", Kind::TcpipSocket, 0, "192.168.1.5 port 5025",
+        "TCPIP0::192.168.1.5::5025::SOCKET");
+    row("socket without board, lower case", "tcpip::localhost::5025::socket", Kind::TcpipSocket, 0,
+        "localhost port 5025", "TCPIP0::localhost::5025::SOCKET");
+    row("board 3, mixed case, blanks", "  TcpIp3::Bench-PSU.lab.local::1::Socket \n", Kind::TcpipSocket, 3,
+        "Bench-PSU.lab.local port 1", "TCPIP3::Bench-PSU.lab.local::1::SOCKET");
+    row("highest port", "TCPIP::10.0.0.1::65535::SOCKET", Kind::TcpipSocket, 0, "10.0.0.1 port 65535",
+        "TCPIP0::10.0.0.1::65535::SOCKET");
+    row("socket IPv6", "TCPIP0::[fe80::1]::5025::SOCKET", Kind::TcpipSocket, 0, "fe80::1 port 5025",
+        "TCPIP0::[fe80::1]::5025::SOCKET");
+    row("instr", "TCPIP0::192.168.1.5::inst0::INSTR", Kind::TcpipInstr, 0, "192.168.1.5 device inst0",
+        "TCPIP0::192.168.1.5::inst0::INSTR");
+    row("instr host only", "TCPIP::psu.local", Kind::TcpipInstr, 0, "psu.local device inst0",
+        "TCPIP0::psu.local::inst0::INSTR");
+    row("instr host and suffix", "TCPIP1::psu::INSTR", Kind::TcpipInstr, 1, "psu device inst0",
+        "TCPIP1::psu::inst0::INSTR");
+    row("instr device without suffix", "TCPIP::psu::hislip0", Kind::TcpipInstr, 0, "psu device hislip0",
+        "TCPIP0::psu::hislip0::INSTR");
+    row("serial device path keeps case", "asrl/dev/serial/by-id/usb-FTDI_A1::instr", Kind::Asrl, 0,
+        "port /dev/serial/by-id/usb-FTDI_A1", "ASRL/dev/serial/by-id/usb-FTDI_A1::INSTR");
+    row("serial number without suffix", "asrl12", Kind::Asrl, 12, "port 12", "ASRL12::INSTR");
+    row("usb hex ids", "USB0::0x1AB1::0x04CE::DS1ZA1234::0::INSTR", Kind::Usb, 0,
+        "1ab1:04ce serial DS1ZA1234 interface 0", "USB0::0x1AB1::0x04CE::DS1ZA1234::0::INSTR");
+    row("usb decimal ids, no interface, no suffix", "usb1::6833::1230::SN42", Kind::Usb, 1,
+        "1ab1:04ce serial SN42 interface -1", "USB1::0x1AB1::0x04CE::SN42::INSTR");
+    row("usb lower-case short hex", "USB::0x0aad::0xff::x::INSTR", Kind::Usb, 0,
+        "0aad:00ff serial x interface -1", "USB0::0x0AAD::0x00FF::x::INSTR");
+    row("gpib board, no suffix", "gpib2::30", Kind::Gpib, 2, "address 30", "GPIB2::30::INSTR");
 }
 
 void TestVisaResource::good()
@@ -122,15 +98,14 @@ void TestVisaResource::good()
 
     VisaResource const r = VisaResource::parse(text);
     QVERIFY2(r.isValid(), qPrintable(r.error));
-    QCOMPARE(r.kind, kind);
     QVERIFY(r.error.isEmpty());
+    QCOMPARE(r.kind, kind);
     QCOMPARE(r.board, board);
     QCOMPARE(::fields(r), fields);
     QCOMPARE(r.canonical(), canonical);
 
     // The canonical text means the same resource.
     VisaResource const again = VisaResource::parse(r.canonical());
-    QCOMPARE(again.kind, kind);
     QCOMPARE(::fields(again), fields);
     QCOMPARE(again.canonical(), canonical);
 }
@@ -139,85 +114,40 @@ void TestVisaResource::bad_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("error");
+    auto const row = [](char const* text, char const* error) {
+        QTest::addRow("'%s'", text) << QString(text) << QString(error);
+    };
 
-    QTest::newRow("empty") << ""
-                           << "empty resource string";
-    QTest::newRow("blanks") << "   "
-                            << "empty resource string";
-    QTest::newRow("unknown type") << "FOO::bar::INSTR"
-                                  << "unknown resource type 'FOO'";
-    QTest::newRow("type with letters after it") << "TCPIPX::host::INSTR"
-                                                << "unknown resource type 'TCPIPX'";
-    QTest::newRow("GPIB-VXI") << "GPIB-VXI0::5::INSTR"
-                              << "unknown resource type 'GPIB-VXI0'";
-    QTest::newRow("board too large") << "TCPIP123456::host::INSTR"
-                                     << "invalid board number '123456'";
-    QTest::newRow("starts with separator") << "::host::INSTR"
-                                           << "missing resource type";
-    QTest::newRow("socket without port") << "TCPIP0::host::SOCKET"
-                                         << "missing port";
-    QTest::newRow("socket without host") << "TCPIP0::SOCKET"
-                                         << "missing host";
-    QTest::newRow("port 0") << "TCPIP0::host::0::SOCKET"
-                            << "invalid port '0'";
-    QTest::newRow("port too large") << "TCPIP0::host::65536::SOCKET"
-                                    << "invalid port '65536'";
-    QTest::newRow("port not a number") << "TCPIP0::host::http::SOCKET"
-                                       << "invalid port 'http'";
-    QTest::newRow("negative port") << "TCPIP0::host::-1::SOCKET"
-                                   << "invalid port '-1'";
-    QTest::newRow("port without suffix") << "TCPIP0::host::5025"
-                                         << "needs the suffix ::SOCKET";
-    QTest::newRow("extra field") << "TCPIP0::host::5025::extra::SOCKET"
-                                 << "unexpected field 'extra'";
-    QTest::newRow("empty field") << "TCPIP0::::5025::SOCKET"
-                                 << "empty field after 'TCPIP0'";
-    QTest::newRow("trailing separator") << "TCPIP0::host::"
-                                        << "empty field after 'host'";
-    QTest::newRow("bad IPv4") << "TCPIP0::192.168.1.300::5025::SOCKET"
-                              << "invalid IPv4 address '192.168.1.300'";
-    QTest::newRow("short IPv4") << "TCPIP0::10.1::5025::SOCKET"
-                                << "invalid IPv4 address '10.1'";
-    QTest::newRow("bad IPv6") << "TCPIP0::[fe80::zz]::5025::SOCKET"
-                              << "invalid IPv6 address '[fe80::zz]'";
-    QTest::newRow("open bracket") << "TCPIP0::[fe80::1::5025::SOCKET"
-                                  << "invalid IPv6 address";
-    QTest::newRow("IPv4 in brackets") << "TCPIP0::[10.0.0.1]::5025::SOCKET"
-                                      << "invalid IPv6 address";
-    QTest::newRow("single colon") << "TCPIP0::host:5025::SOCKET"
-                                  << "invalid host name 'host:5025'";
-    QTest::newRow("blank in host") << "TCPIP0::my host::INSTR"
-                                   << "invalid host name 'my host'";
-    QTest::newRow("socket class on serial") << "ASRL3::SOCKET"
-                                            << "unsupported resource class 'SOCKET'";
-    QTest::newRow("raw class") << "USB0::0x1AB1::0x04CE::SN::RAW"
-                               << "unsupported resource class 'RAW'";
-    QTest::newRow("serial without port") << "ASRL::INSTR"
-                                         << "missing serial port";
-    QTest::newRow("serial extra field") << "ASRL1::2::INSTR"
-                                        << "unexpected field '2'";
-    QTest::newRow("usb without ids") << "USB0::INSTR"
-                                     << "missing USB vendor id";
-    QTest::newRow("usb without product") << "USB0::0x1AB1::INSTR"
-                                         << "missing USB product id";
-    QTest::newRow("usb without serial") << "USB0::0x1AB1::0x04CE::INSTR"
-                                        << "missing USB serial number";
-    QTest::newRow("usb vendor too large") << "USB0::0x12345::0x04CE::SN::INSTR"
-                                          << "invalid USB vendor id '0x12345'";
-    QTest::newRow("usb vendor not hex") << "USB0::0xG1::0x04CE::SN::INSTR"
-                                        << "invalid USB vendor id '0xG1'";
-    QTest::newRow("usb product decimal too large") << "USB0::1::65536::SN::INSTR"
-                                                   << "invalid USB product id '65536'";
-    QTest::newRow("usb interface") << "USB0::1::2::SN::x::INSTR"
-                                   << "invalid USB interface number 'x'";
-    QTest::newRow("usb extra field") << "USB0::1::2::SN::0::9::INSTR"
-                                     << "unexpected field '9'";
-    QTest::newRow("gpib without address") << "GPIB0::INSTR"
-                                          << "missing GPIB address";
-    QTest::newRow("gpib address too large") << "GPIB0::31::INSTR"
-                                            << "invalid GPIB address '31'";
-    QTest::newRow("gpib secondary address") << "GPIB0::5::96::INSTR"
-                                            << "unexpected field '96'";
+    row("   ", "empty resource string");
+    row("FOO::bar::INSTR", "unknown resource type 'FOO'");
+    row("TCPIPX::host::INSTR", "unknown resource type 'TCPIPX'");
+    row("TCPIP123456::host::INSTR", "invalid board number '123456'");
+    row("::host::INSTR", "missing resource type");
+    row("TCPIP0::host::SOCKET", "missing port");
+    row("TCPIP0::SOCKET", "missing host");
+    row("TCPIP0::host::0::SOCKET", "invalid port '0'");
+    row("TCPIP0::host::65536::SOCKET", "invalid port '65536'");
+    row("TCPIP0::host::http::SOCKET", "invalid port 'http'");
+    row("TCPIP0::host::5025", "needs the suffix ::SOCKET");
+    row("TCPIP0::host::5025::extra::SOCKET", "unexpected field 'extra'");
+    row("TCPIP0::::5025::SOCKET", "empty field after 'TCPIP0'");
+    row("TCPIP0::192.168.1.300::5025::SOCKET", "invalid IPv4 address '192.168.1.300'");
+    row("TCPIP0::10.1::5025::SOCKET", "invalid IPv4 address '10.1'");
+    row("TCPIP0::[fe80::zz]::5025::SOCKET", "invalid IPv6 address '[fe80::zz]'");
+    row("TCPIP0::[fe80::1::5025::SOCKET", "invalid IPv6 address");
+    row("TCPIP0::[10.0.0.1]::5025::SOCKET", "invalid IPv6 address");
+    row("TCPIP0::host:5025::SOCKET", "invalid host name 'host:5025'");
+    row("TCPIP0::my host::INSTR", "invalid host name 'my host'");
+    row("ASRL3::SOCKET", "unsupported resource class 'SOCKET'");
+    row("ASRL::INSTR", "missing serial port");
+    row("USB0::INSTR", "missing USB vendor id");
+    row("USB0::0x1AB1::INSTR", "missing USB product id");
+    row("USB0::0x1AB1::0x04CE::INSTR", "missing USB serial number");
+    row("USB0::0x12345::0x04CE::SN::INSTR", "invalid USB vendor id '0x12345'");
+    row("USB0::1::65536::SN::INSTR", "invalid USB product id '65536'");
+    row("USB0::1::2::SN::x::INSTR", "invalid USB interface number 'x'");
+    row("GPIB0::INSTR", "missing GPIB address");
+    row("GPIB0::31::INSTR", "invalid GPIB address '31'");
 }
 
 void TestVisaResource::bad()
@@ -228,7 +158,7 @@ void TestVisaResource::bad()
     VisaResource const r = VisaResource::parse(text);
     QCOMPARE(r.kind, Kind::Invalid);
     QVERIFY(!r.isValid());
-    QVERIFY2(r.error.contains(error), qPrintable(QStringLiteral("error was: '%1'").arg(r.error)));
+    QVERIFY2(r.error.contains(error), qPrintable(r.error));
     QVERIFY(r.canonical().isEmpty());
 }
 
