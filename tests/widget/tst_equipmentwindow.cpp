@@ -1,14 +1,8 @@
 #include "widget/equipmentwindow.h"
 #include "widget/iequipment.h"
 
-#include "measure/io/visa/visaequipinfo.h"
-#include "measure/io/visa/visaio.h"
-
-#include <QCloseEvent>
-#include <QMdiArea>
-#include <QPointer>
-#include <QSignalSpy>
-#include <QTest>
+#include <QtTest>
+#include <QtWidgets>
 
 using namespace zelt::widget;
 
@@ -20,15 +14,13 @@ class RefusingWindow : public EquipmentWindow
 {
 public:
     using EquipmentWindow::EquipmentWindow;
-    int refusals = 1;
+    bool refuse = true;
 
 protected:
     void closeEvent(QCloseEvent* event) override
     {
-        if (refusals > 0) {
-            --refusals;
+        if (std::exchange(refuse, false))
             event->ignore();
-        }
         EquipmentWindow::closeEvent(event);
     }
 };
@@ -36,13 +28,7 @@ protected:
 class Family : public IEquipment
 {
 public:
-    ModelInfo modelInfo() const override
-    {
-        ModelInfo info;
-        info.familyName = "Fam";
-        info.viewInfos = {{"M-1", "M-1", ""}, {"M-2", "M-2", ""}};
-        return info;
-    }
+    ModelInfo modelInfo() const override { return {"Fam", {{"M-1", "M-1", ""}, {"M-2", "M-2", ""}}, {}}; }
     EquipmentWindow* window(QSharedPointer<EquipmentInfo> const& info) override
     {
         last = info;
@@ -72,15 +58,12 @@ void TestEquipmentWindow::refusedCloseStaysOpen()
     area.addSubWindow(window);
     area.show();
     window->show();
-    QCOMPARE(window->equipment(), info);
     QCOMPARE(window->windowTitle(), QString("bench"));
     QSignalSpy closed(window.data(), &EquipmentWindow::closed);
 
     QVERIFY(!window->close());
-    QVERIFY(window);
-    QVERIFY(window->isVisible());
+    QVERIFY(window && window->isVisible());
     QCOMPARE(closed.count(), 0);
-
     QVERIFY(window->close());
     QCOMPARE(closed.count(), 1);
     QCOMPARE(closed.at(0).at(0).value<QSharedPointer<EquipmentInfo>>(), info);
@@ -92,10 +75,9 @@ void TestEquipmentWindow::create_data()
     QTest::addColumn<QString>("model");
     QTest::addColumn<QString>("resource");
     QTest::addColumn<bool>("made");
-    QTest::newRow("known model, socket") << "M-2"
-                                         << "TCPIP0::10.1.1.1::5025::SOCKET" << true;
-    QTest::newRow("unknown model") << "M-3"
-                                   << "TCPIP0::10.1.1.1::5025::SOCKET" << false;
+    QString const socket = "TCPIP0::10.1.1.1::5025::SOCKET";
+    QTest::newRow("known model, socket") << "M-2" << socket << true;
+    QTest::newRow("unknown model") << "M-3" << socket << false;
     QTest::newRow("malformed resource") << "M-1"
                                         << "TCPIP0::10.1.1.1::SOCKET" << false;
 }
@@ -112,28 +94,17 @@ void TestEquipmentWindow::create()
     if (!made)
         return;
     QCOMPARE(window->equipment(), family.last);
-    QCOMPARE(family.last->name, model);
-    QCOMPARE(family.last->family, QString("Fam"));
-    QCOMPARE(family.last->resource, resource);
-    auto visa = family.last->ioInfo.dynamicCast<zelt::measure::io::visa::VisaEquipInfo>();
-    QVERIFY(visa);
-    QCOMPARE(visa->modelName, model);
-    auto* io = qobject_cast<zelt::measure::io::visa::VisaIO*>(visa->io.data());
-    QVERIFY(io);
-    QCOMPARE(io->resource(), resource);
+    QCOMPARE(
+        (QStringList {family.last->name, family.last->model, family.last->family, family.last->resource}),
+        (QStringList {model, model, "Fam", resource}));
 }
 
 void TestEquipmentWindow::modelInfo()
 {
-    Family family;
-    ModelInfo info = family.modelInfo();
-    QCOMPARE(info.indexOfModel("M-2"), 1);
-    QCOMPARE(info.indexOfModel("m-2"), -1);
+    ModelInfo info = Family().modelInfo();
     QVERIFY(info.latestVersion().isEmpty());
     info.setUpdateInfos({{QDate(2024, 8, 6), "1.00", {}}, {QDate(2025, 7, 28), "1.03", {"Added"}}});
     QCOMPARE(info.latestVersion(), QString("1.03"));
-    QVERIFY(info != family.modelInfo());
-    QVERIFY(info.updateInfos.first().notes.isEmpty());
 }
 
 QTEST_MAIN(TestEquipmentWindow)

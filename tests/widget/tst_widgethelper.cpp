@@ -1,49 +1,20 @@
 #include "widget/widgethelper.h"
 
-#include <QCheckBox>
-#include <QComboBox>
-#include <QDoubleSpinBox>
-#include <QGroupBox>
-#include <QSlider>
-#include <QSpinBox>
-#include <QTest>
+#include <QtTest>
+#include <QtWidgets>
 
 using zelt::widget::WidgetHelper;
 
-// A control panel: spin boxes and combo boxes at two depths, with a check box
-// and a group box that match nothing.
-class Panel : public QWidget
-{
-public:
-    Panel()
-    {
-        spinV = new QDoubleSpinBox(this);
-        spinV->setObjectName("spinV");
-        auto* group = new QGroupBox(this);
-        group->setObjectName("group");
-        cbbMode = new QComboBox(group);
-        cbbMode->setObjectName("cbbMode");
-        check = new QCheckBox(group);
-        check->setObjectName("check");
-        spinDelay = new QSpinBox(group);
-        spinDelay->setObjectName("spinDelay");
-        slider = new QSlider(this);
-        slider->setObjectName("slider");
-    }
-    QDoubleSpinBox* spinV;
-    QComboBox* cbbMode;
-    QCheckBox* check;
-    QSpinBox* spinDelay;
-    QSlider* slider;
-};
+namespace {
 
-static QStringList namesOf(QList<QObject*> const& objects)
+template<typename T> T* make(QWidget* parent, char const* name)
 {
-    QStringList names;
-    for (QObject* o : objects)
-        names << o->objectName();
-    return names;
+    auto* widget = new T(parent);
+    widget->setObjectName(name);
+    return widget;
 }
+
+} // namespace
 
 class TestWidgetHelper : public QObject
 {
@@ -51,7 +22,6 @@ class TestWidgetHelper : public QObject
 private Q_SLOTS:
     void getChildren_data();
     void getChildren();
-    void nullParent();
 };
 
 void TestWidgetHelper::getChildren_data()
@@ -65,11 +35,9 @@ void TestWidgetHelper::getChildren_data()
     QTest::newRow("controls, direct children") << controls << false << QStringList {"spinV", "slider"};
     QTest::newRow("base class matches derived")
         << QStringList {"QAbstractButton"} << true << QStringList {"check"};
-    QTest::newRow("exact class") << QStringList {"QSpinBox"} << true << QStringList {"spinDelay"};
     QTest::newRow("match above a match")
         << QStringList {"QGroupBox", "QComboBox"} << true << QStringList {"group", "cbbMode"};
     QTest::newRow("unknown class") << QStringList {"NoSuchClass"} << true << QStringList {};
-    QTest::newRow("no names") << QStringList {} << true << QStringList {};
 }
 
 void TestWidgetHelper::getChildren()
@@ -77,15 +45,20 @@ void TestWidgetHelper::getChildren()
     QFETCH(QStringList, classes);
     QFETCH(bool, recursive);
     QFETCH(QStringList, expected);
-    Panel panel;
-    QList<QObject*> const found = WidgetHelper::getChildren(&panel, classes, recursive);
-    QCOMPARE(namesOf(found), expected);
-    QVERIFY(!found.contains(&panel));
-}
+    // A control panel: controls at two depths, a check box and a group box among them.
+    QWidget panel;
+    make<QDoubleSpinBox>(&panel, "spinV");
+    auto* group = make<QGroupBox>(&panel, "group");
+    make<QComboBox>(group, "cbbMode");
+    make<QCheckBox>(group, "check");
+    make<QSpinBox>(group, "spinDelay");
+    make<QSlider>(&panel, "slider");
 
-void TestWidgetHelper::nullParent()
-{
-    QVERIFY(WidgetHelper::getChildren(nullptr, {"QWidget"}, true).isEmpty());
+    QStringList found;
+    for (QObject* object : WidgetHelper::getChildren(&panel, classes, recursive))
+        found << object->objectName();
+    QCOMPARE(found, expected);
+    QVERIFY(WidgetHelper::getChildren(nullptr, classes, recursive).isEmpty());
 }
 
 QTEST_MAIN(TestWidgetHelper)

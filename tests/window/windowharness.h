@@ -9,15 +9,8 @@
 
 #include "widget/equipmentinfo.h"
 
-#include <QAbstractButton>
-#include <QApplication>
-#include <QEventLoop>
-#include <QMessageBox>
-#include <QPointer>
-#include <QSettings>
-#include <QStandardPaths>
-#include <QStringList>
-#include <QTimer>
+#include <QtTest>
+#include <QtWidgets>
 
 #include <functional>
 
@@ -28,27 +21,6 @@ inline void isolateSettings(QString const& suite)
     QCoreApplication::setOrganizationName(QStringLiteral("zelt-tests"));
     QCoreApplication::setApplicationName(suite);
     QSettings().clear();
-}
-
-// Starts the simulator for a model with exact readings and no latency.
-inline bool startSimulator(kvrsim::SimServer& server, QString const& model)
-{
-    kvrsim::SimOptions options;
-    options.model = model;
-    options.noise = 0.0;
-    options.latencyMs = 0;
-    return server.start(options);
-}
-
-// The window of a model made by the plug-in on the simulator's socket, shown.
-inline KVR9000Window* openWindow(KVR9000& plugin, kvrsim::SimServer& server, QString const& model)
-{
-    auto const info = zelt::widget::EquipmentInfo::makeVisa(model, QStringLiteral("KVR9000"), model,
-                                                            server.resourceString());
-    auto* window = qobject_cast<KVR9000Window*>(plugin.window(info));
-    if (window)
-        window->show();
-    return window;
 }
 
 // Runs a real event loop until done() holds or the time is up. QTest's waits sleep between
@@ -72,7 +44,47 @@ inline bool waitUntil(std::function<bool()> const& done, int timeoutMs = 10000)
     return done();
 }
 
-// Presses OK on every message box that becomes the active modal widget and keeps its texts.
+// The plug-in, the simulator with exact readings and no latency, and the window under test.
+class WindowFixture
+{
+protected:
+    bool startSimulator(QString const& model)
+    {
+        kvrsim::SimOptions options;
+        options.model = model;
+        options.noise = 0.0;
+        options.latencyMs = 0;
+        return m_server.start(options);
+    }
+    // The window of a model made by the plug-in on the simulator's socket, shown.
+    KVR9000Window* open(QString const& model)
+    {
+        auto const info = zelt::widget::EquipmentInfo::makeVisa(model, QStringLiteral("KVR9000"), model,
+                                                                m_server.resourceString());
+        m_window = qobject_cast<KVR9000Window*>(m_plugin.window(info));
+        if (m_window)
+            m_window->show();
+        return m_window;
+    }
+    bool closeWindow()
+    {
+        if (m_window)
+            m_window->close();
+        return waitUntil([this] { return m_window.isNull(); });
+    }
+    template<typename T> T* child(char const* name) const
+    {
+        return m_window ? m_window->findChild<T*>(QLatin1String(name)) : nullptr;
+    }
+    MyDMM* driver() const { return m_window ? m_window->findChild<MyDMM*>() : nullptr; }
+
+    KVR9000 m_plugin;
+    kvrsim::SimServer m_server;
+    QPointer<KVR9000Window> m_window;
+};
+
+// Presses OK on every message box that becomes the active modal widget and keeps its
+// icon, title and text as "Critical [title] text".
 class MessageBoxWatcher : public QObject
 {
 public:
@@ -83,9 +95,9 @@ public:
             auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
             if (!box || !box->isVisible())
                 return;
-            texts << box->text();
-            titles << box->windowTitle();
-            icons << box->icon();
+            shown << QStringLiteral("%1 [%2] %3")
+                         .arg(QLatin1String(QMetaEnum::fromType<QMessageBox::Icon>().valueToKey(box->icon())),
+                              box->windowTitle(), box->text());
             if (QAbstractButton* ok = box->button(QMessageBox::Ok))
                 ok->click();
             else
@@ -94,9 +106,7 @@ public:
         m_timer.start();
     }
 
-    QStringList texts;
-    QStringList titles;
-    QList<QMessageBox::Icon> icons;
+    QStringList shown;
 
 private:
     QTimer m_timer;
