@@ -8,6 +8,8 @@
 #include "util/code.h"
 
 #include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTest>
 
 using namespace zelt::measure;
@@ -112,6 +114,7 @@ private Q_SLOTS:
     void closeStopsAndDrains();
     void refusedConnectionStopsAndCanBeRetried();
     void droppedConnectionStopsAndReopens();
+    void unansweredConnectTimesOut();
     void unusableResourceEndsInStoped_data();
     void unusableResourceEndsInStoped();
     void openWhileActiveIsRefused();
@@ -411,6 +414,34 @@ void TestMeasureInst::droppedConnectionStopsAndReopens()
     QTRY_VERIFY(m_probe->decoded.size() >= 4);
     QCOMPARE(m_peer->connections(), 2);
     QCOMPARE(stoped.size(), 1);
+}
+
+void TestMeasureInst::unansweredConnectTimesOut()
+{
+    // A listener whose backlog is full and that accepts nothing: the handshake
+    // of the next connection is never answered.
+    QTcpServer deaf;
+    deaf.setListenBacklogSize(0);
+    QVERIFY(deaf.listen(QHostAddress::LocalHost, 0));
+    deaf.pauseAccepting();
+    QTcpSocket filler;
+    filler.connectToHost(QHostAddress::LocalHost, deaf.serverPort());
+    QVERIFY(filler.waitForConnected(1000));
+
+    auto io = QSharedPointer<io::visa::VisaIO>::create(
+        QStringLiteral("TCPIP0::127.0.0.1::%1::SOCKET").arg(deaf.serverPort()));
+    io->setTimeout(150);
+    QueueProbe probe(io);
+    QSignalSpy stoped(&probe, &MeasureInst::stoped);
+    QSignalSpy ioErrors(&probe, &MeasureInst::ioError);
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(probe.open());
+    QVERIFY(stoped.wait(3000));
+    QVERIFY2(clock.elapsed() >= 150, qPrintable(QString::number(clock.elapsed())));
+    QCOMPARE(ioErrors.size(), 1);
+    QVERIFY2(ioErrors.at(0).at(0).toString().contains("150 ms"), qPrintable(ioErrors.at(0).at(0).toString()));
+    QVERIFY(!probe.active());
 }
 
 void TestMeasureInst::unusableResourceEndsInStoped_data()

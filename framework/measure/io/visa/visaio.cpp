@@ -10,6 +10,7 @@ VisaIO::VisaIO(QString resource, QObject* parent)
     , m_connectTimer(new QTimer(this))
 {
     m_connectTimer->setSingleShot(true);
+    m_connectTimer->setTimerType(Qt::PreciseTimer); // a bound, never early
     connect(m_connectTimer, &QTimer::timeout, this, &VisaIO::onConnectTimeout);
     setResource(resource);
 }
