@@ -187,6 +187,10 @@ void TestConnectDialog::modelsAndPicture()
     QCOMPARE(model->count(), 1);
     QCOMPARE(dialog.request().model, QString("B-9"));
     QVERIFY(!picture->pixmap().isNull());
+
+    // For a look at the form as a user meets it.
+    dialog.show();
+    QVERIFY(dialog.grab().save(QStringLiteral(ZELT_TEST_OUTPUT_DIR "/connectdialog.png")));
 }
 
 QTEST_MAIN(TestConnectDialog)
