@@ -89,11 +89,13 @@ public:
     Channel* activeChannel();
     Channel const* activeChannel() const;
 
-    QList<Channel> channels;
-
 private:
     QDateTime m_dateTime;
     Config m_config;
+
+public:
+    // Exactly one channel in a new sample.
+    QList<Channel> channels;
 };
 
 struct ChannelLimitRange
