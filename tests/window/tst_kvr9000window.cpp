@@ -65,6 +65,8 @@ private Q_SLOTS:
     void powerModeOnPanel();
     void spinRangesOfModel_data();
     void spinRangesOfModel();
+    void rangesOfOtherTexts_data();
+    void rangesOfOtherTexts();
     void optionsDialog_data();
     void optionsDialog();
     void unknownModelFailsToRun();
@@ -150,6 +152,11 @@ void TestKvr9000Window::editIsSentAndHeldOff_data()
     QTest::newRow("spinV") << "12.5" << int(Qt::Key_Return) << ":SOURce:VOLTage:LEVel 12.5";
     QTest::newRow("spinVSRRising") << "" << int(Qt::Key_Tab) << ":SOURce:VOLTage:SLEW:RISing 2.5";
     QTest::newRow("btnOutput") << "" << 0 << ":OUTPut:STATe ON";
+    // The handlers connected as functions: a check box, a combo box's item data, and a
+    // spin box without the guard, which sends its value when the focus merely leaves it.
+    QTest::newRow("cbOVP") << "" << int(Qt::Key_Space) << ":SOURce:VOLTage:PROTection:STATe ON";
+    QTest::newRow("cbbPowerOut") << "" << int(Qt::Key_Down) << ":SYSTem:POWER:POWEROut KEEP";
+    QTest::newRow("spinOVPDelay") << "" << int(Qt::Key_Tab) << ":SYSTem:POWER:OVPDelay 100";
 }
 
 void TestKvr9000Window::editIsSentAndHeldOff()
@@ -383,6 +390,31 @@ void TestKvr9000Window::spinRangesOfModel()
              (QList<double> {voltageMinimum, voltageMaximum, voltageMinimum, voltageMaximum, 0,
                              currentMaximum, 0, currentMaximum}));
     QCOMPARE(driver()->geChannelLimitRange().at(0).powerRange.maximum, powerMaximum);
+}
+
+void TestKvr9000Window::rangesOfOtherTexts_data()
+{
+    QTest::addColumn<QString>("model");
+    QTest::addColumn<bool>("parsed");
+    // Voltage minimum and maximum, current maximum, power maximum; -1 for an untouched range.
+    QTest::addColumn<QList<double>>("limits");
+    using L = QList<double>;
+    QTest::newRow("no dash") << "KVR9040" << false << L {-1, -1, -1, -1};
+    QTest::newRow("nothing behind the dash") << "KVR9160-" << true << L {0.5, 160, 0, 400};
+    QTest::newRow("lower case") << "kvr9250-6" << true << L {0.5, 250, 6, 400};
+    QTest::newRow("two digits only") << "KVR40-40" << false << L {-1, -1, -1, -1};
+}
+
+void TestKvr9000Window::rangesOfOtherTexts()
+{
+    QFETCH(QString, model);
+    QFETCH(bool, parsed);
+    QFETCH(QList<double>, limits);
+    zelt::util::numeric::Range const untouched(-1, -1);
+    zelt::util::numeric::Range voltage = untouched, current = untouched, power = untouched;
+    QCOMPARE(KVR9000Window::parseRange(model, voltage, current, power), parsed);
+    QCOMPARE((QList<double> {voltage.minimum, voltage.maximum, current.maximum, power.maximum}), limits);
+    QCOMPARE(KVR9000Window::getMinVoltage(model), parsed ? limits.first() : 0.1);
 }
 
 void TestKvr9000Window::optionsDialog_data()
