@@ -393,22 +393,32 @@ QString sequenceState(KvrSequenceRun const& run, double setVolts, QString const&
 
 } // namespace
 
-void KvrCommandSet::buildList()
+// A sequence's state: queried as six fields, set with a boolean that runs or stops it.
+void KvrCommandSet::addSequenceState(QString const& pattern, std::function<QString()> get,
+                                     std::function<int(bool)> run)
 {
-    KvrInstrument& inst = m_instrument;
     add(
-        QStringLiteral("LISTout:STATe"),
-        [&inst](Request const&, QString& answer) {
-            answer = sequenceState(inst.listRun(), inst.settings().voltage, inst.listBase().endState);
+        pattern,
+        [get](Request const&, QString& answer) {
+            answer = get();
             return ScpiError::kNone;
         },
-        [&inst](Request const& request) {
+        [run](Request const& request) {
             QString arg;
             if (int const error = singleArg(request, arg))
                 return error;
-            std::optional<bool> const run = ScpiValue::toBoolean(arg);
-            return run ? inst.setListRunning(*run) : ScpiError::kDataType;
+            std::optional<bool> const on = ScpiValue::toBoolean(arg);
+            return on ? run(*on) : ScpiError::kDataType;
         });
+}
+
+void KvrCommandSet::buildList()
+{
+    KvrInstrument& inst = m_instrument;
+    addSequenceState(
+        QStringLiteral("LISTout:STATe"),
+        [&inst] { return sequenceState(inst.listRun(), inst.settings().voltage, inst.listBase().endState); },
+        [&inst](bool run) { return inst.setListRunning(run); });
     add(
         QStringLiteral("LISTout:BASE"),
         [&inst](Request const&, QString& answer) {
@@ -481,19 +491,12 @@ void KvrCommandSet::buildList()
 void KvrCommandSet::buildDelayer()
 {
     KvrInstrument& inst = m_instrument;
-    add(
+    addSequenceState(
         QStringLiteral("DELAY:STATe"),
-        [&inst](Request const&, QString& answer) {
-            answer = sequenceState(inst.delayerRun(), inst.settings().voltage, inst.delayerBase().endState);
-            return ScpiError::kNone;
+        [&inst] {
+            return sequenceState(inst.delayerRun(), inst.settings().voltage, inst.delayerBase().endState);
         },
-        [&inst](Request const& request) {
-            QString arg;
-            if (int const error = singleArg(request, arg))
-                return error;
-            std::optional<bool> const run = ScpiValue::toBoolean(arg);
-            return run ? inst.setDelayerRunning(*run) : ScpiError::kDataType;
-        });
+        [&inst](bool run) { return inst.setDelayerRunning(run); });
     addInteger(
         QStringLiteral("DELAY:CYCLEs"), [&inst] { return inst.delayerBase().cycles; },
         [&inst](qint64 cycles) { return inst.setDelayerCycles(cycles); });

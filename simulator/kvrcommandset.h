@@ -57,6 +57,7 @@ private:
                  std::function<int(QString const&)> set);
     void addAction(QString const& pattern, std::function<int()> action);
     void addQuery(QString const& pattern, std::function<QString()> get);
+    void addSequenceState(QString const& pattern, std::function<QString()> get, std::function<int(bool)> run);
 
     static int singleArg(Request const& request, QString& arg);
     static int argCount(Request const& request, int count);

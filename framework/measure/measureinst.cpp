@@ -51,13 +51,8 @@ bool MeasureInst::open()
     if (m_state != State::Idle)
         return false;
 
+    clearRun();
     m_ring = initCommand();
-    m_ringPos = 0;
-    m_fifo.clear();
-    m_current.reset();
-    m_awaiting = false;
-    m_nextDue = false;
-    m_buffer.clear();
     m_errorString.clear();
     m_state = State::Opening;
 
@@ -336,9 +331,8 @@ void MeasureInst::dispatch()
         scheduleNext();
 }
 
-void MeasureInst::beginStop()
+void MeasureInst::clearRun()
 {
-    m_state = State::Closing;
     m_ring.clear();
     m_ringPos = 0;
     m_fifo.clear();
@@ -348,6 +342,12 @@ void MeasureInst::beginStop()
     m_buffer.clear();
     m_nextTimer.stop();
     m_watchdog.stop();
+}
+
+void MeasureInst::beginStop()
+{
+    m_state = State::Closing;
+    clearRun();
     // stoped() always comes through the event loop, never from inside the call
     // that stopped the run: a receiver may safely close its window there.
     QMetaObject::invokeMethod(this, &MeasureInst::finishStop, Qt::QueuedConnection);

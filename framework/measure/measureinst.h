@@ -116,6 +116,8 @@ private:
     void onWatchdog();
     void dispatch();
     void scheduleNext();
+    // Empties the queue and forgets the word in flight and any partial frame.
+    void clearRun();
     void beginStop();
     void finishStop();
 
