@@ -1,0 +1,171 @@
+// The quick-settings rows: their stored bytes, and the table model that edits them in place.
+
+#include "dpdata.h"
+#include "quicksettingdatamodel.h"
+
+#include <QAbstractItemModelTester>
+#include <QtTest>
+
+namespace {
+
+using Rows = QList<QPair<double, double>>;
+
+QList<QSharedPointer<DPData>> makeRows(Rows const& rows)
+{
+    QList<QSharedPointer<DPData>> datas;
+    for (auto const& row : rows)
+        datas.append(QSharedPointer<DPData>::create(DPData {row.first, row.second}));
+    return datas;
+}
+
+Rows rowsOf(QList<QSharedPointer<DPData>> const& datas)
+{
+    Rows rows;
+    for (auto const& data : datas)
+        rows.append({data->voltage, data->current});
+    return rows;
+}
+
+QByteArray encode(QList<QSharedPointer<DPData>> const& datas)
+{
+    QByteArray array;
+    QDataStream stream(&array, QIODevice::WriteOnly);
+    stream << datas;
+    return array;
+}
+
+QList<QSharedPointer<DPData>> decode(QByteArray const& array)
+{
+    QList<QSharedPointer<DPData>> datas = makeRows({{7, 7}}); // reading replaces what was there
+    QDataStream stream(array);
+    stream >> datas;
+    return datas;
+}
+
+} // namespace
+
+class TestQuickSettings : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void storedForm_data();
+    void storedForm();
+    void damagedValue_data();
+    void damagedValue();
+    void editCell_data();
+    void editCell();
+    void insertAndRemove();
+};
+
+void TestQuickSettings::storedForm_data()
+{
+    QTest::addColumn<Rows>("rows");
+    QTest::addColumn<QByteArray>("hex");
+    QTest::newRow("empty") << Rows {} << QByteArray("00000000");
+    QTest::newRow("one row") << Rows {{1.0, 0.1}} << QByteArray("00000001 3ff0000000000000 3fb999999999999a");
+    QTest::newRow("rows in order, voltage first")
+        << Rows {{1.0, 0.1}, {10.0, 0.01}}
+        << QByteArray("00000002 3ff0000000000000 3fb999999999999a 4024000000000000 3f847ae147ae147b");
+}
+
+void TestQuickSettings::storedForm()
+{
+    QFETCH(Rows, rows);
+    QFETCH(QByteArray, hex);
+    QByteArray const bytes = encode(makeRows(rows));
+    QCOMPARE(bytes.toHex(' '), QByteArray::fromHex(hex).toHex(' '));
+    QCOMPARE(rowsOf(decode(bytes)), rows);
+}
+
+void TestQuickSettings::damagedValue_data()
+{
+    QTest::addColumn<QByteArray>("hex");
+    QTest::addColumn<Rows>("rows");
+    QByteArray const row = "3ff0000000000000 3fb999999999999a";
+    QTest::newRow("no bytes") << QByteArray() << Rows {};
+    QTest::newRow("count cut short") << QByteArray("000000") << Rows {};
+    QTest::newRow("row cut short") << "00000001" + row.left(row.size() - 2) << Rows {};
+    QTest::newRow("second row missing") << "00000002" + row << Rows {};
+    // No room may be reserved for the rows a count claims before they have been read.
+    QTest::newRow("hostile count") << "7fffffff" + row << Rows {};
+    QTest::newRow("null count") << "ffffffff" + row << Rows {};
+    QTest::newRow("extended count marker") << "fffffffe" + row << Rows {};
+    QTest::newRow("bytes beyond the rows are ignored") << "00000001" + row + "ff" << Rows {{1.0, 0.1}};
+}
+
+void TestQuickSettings::damagedValue()
+{
+    QFETCH(QByteArray, hex);
+    QFETCH(Rows, rows);
+    QCOMPARE(rowsOf(decode(QByteArray::fromHex(hex))), rows);
+}
+
+void TestQuickSettings::editCell_data()
+{
+    QTest::addColumn<int>("column");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QVariant>("shown"); // display and edit role alike
+    QTest::addColumn<Rows>("stored");
+    QTest::addColumn<bool>("editable");
+    QTest::newRow("number") << 0 << QVariant(5) << QVariant(2) << Rows {{1.5, 0.25}} << false;
+    QTest::newRow("voltage rounded, kept whole")
+        << 1 << QVariant("12.34567") << QVariant("12.346") << Rows {{12.34567, 0.25}} << true;
+    QTest::newRow("current") << 2 << QVariant(3.0) << QVariant("3.000") << Rows {{1.5, 3.0}} << true;
+    QTest::newRow("letters are zero")
+        << 2 << QVariant("abc") << QVariant("0.000") << Rows {{1.5, 0.0}} << true;
+    QTest::newRow("button column") << 3 << QVariant("x") << QVariant() << Rows {{1.5, 0.25}} << false;
+}
+
+void TestQuickSettings::editCell()
+{
+    QFETCH(int, column);
+    QFETCH(QVariant, value);
+    QFETCH(QVariant, shown);
+    QFETCH(Rows, stored);
+    QFETCH(bool, editable);
+    QList<QSharedPointer<DPData>> datas = makeRows({{0, 0}, {1.5, 0.25}});
+    QuickSettingDataModel model(datas);
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    QModelIndex const cell = model.index(1, column);
+
+    QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
+    QVERIFY(model.setData(cell, value, Qt::EditRole));
+    QCOMPARE(changed.count(), 1);
+    QCOMPARE(model.data(cell, Qt::DisplayRole), shown);
+    QCOMPARE(model.data(cell, Qt::EditRole), shown);
+    QCOMPARE(rowsOf(datas).mid(1), stored);
+    QCOMPARE(bool(model.flags(cell) & Qt::ItemIsEditable), editable);
+    QVERIFY(!model.setData(cell, value, Qt::DisplayRole));
+}
+
+void TestQuickSettings::insertAndRemove()
+{
+    QList<QSharedPointer<DPData>> datas = makeRows({{1, 1}, {2, 2}});
+    QuickSettingDataModel model(datas);
+    // No model tester here: the row numbers of column 0 move with every insertion, which it
+    // takes for a fault.
+    QSignalSpy inserted(&model, &QAbstractItemModel::rowsInserted);
+    QSignalSpy removed(&model, &QAbstractItemModel::rowsRemoved);
+
+    QVERIFY(model.insertRows(1, 2));
+    QCOMPARE(rowsOf(datas), (Rows {{1, 1}, {0, 0}, {0, 0}, {2, 2}}));
+    QCOMPARE(inserted.value(0).mid(1), (QVariantList {1, 2}));
+    // A new row reads as zeros with three decimals and is numbered from 1.
+    QCOMPARE(model.index(2, 1).data(), QVariant("0.000"));
+    QCOMPARE(model.index(3, 0).data(), QVariant(4));
+
+    QVERIFY(model.removeRows(0, 3));
+    QCOMPARE(rowsOf(datas), (Rows {{2, 2}}));
+    QCOMPARE(removed.value(0).mid(1), (QVariantList {0, 2}));
+    QVERIFY(!model.removeRows(0, 2));
+    QVERIFY(!model.insertRows(3, 1));
+
+    model.append(QSharedPointer<DPData>::create(DPData {3, 3}));
+    QCOMPARE(rowsOf(datas), (Rows {{2, 2}, {3, 3}}));
+    QCOMPARE(model.rowCount(), 2);
+    QCOMPARE(model.headerData(3, Qt::Horizontal), QVariant("Operate"));
+}
+
+QTEST_MAIN(TestQuickSettings)
+#include "tst_quicksettings.moc"
