@@ -1,0 +1,23 @@
+#pragma once
+// Edits the number cells of the programmer's tables in a spin box with the
+// decimals and bounds that the model gives (DecimalsRole, MinimumRole,
+// MaximumRole). A value the user did not change is not written back, so a
+// cell keeps its full value although the editor shows it rounded.
+
+#include <QStyledItemDelegate>
+
+namespace zelt::specific::pxn3000s::programmer {
+
+class FloatDelegate : public QStyledItemDelegate
+{
+    Q_OBJECT
+public:
+    explicit FloatDelegate(QObject* parent = nullptr);
+
+    QWidget* createEditor(QWidget* parent, QStyleOptionViewItem const& option,
+                          QModelIndex const& index) const override;
+    void setEditorData(QWidget* editor, QModelIndex const& index) const override;
+    void setModelData(QWidget* editor, QAbstractItemModel* model, QModelIndex const& index) const override;
+};
+
+} // namespace zelt::specific::pxn3000s::programmer

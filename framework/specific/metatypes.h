@@ -1,0 +1,17 @@
+#pragma once
+// Registers the programmer's types with Qt's meta-type system under the names
+// that stored settings and signal signatures use, so that the template lists
+// pass through QVariant and QSettings and the rows travel in signals.
+
+namespace zelt::specific::pxn3000s::programmer {
+
+// Idempotent. Registers the template lists as
+// "QVector<programmer::ListTemplateParam>" and
+// "QVector<programmer::DelayerTemplateParam>" with their stream operators, the
+// conversions to sequential iterables and their mutable views; and
+// "programmer::ProgrammerData", "QList<programmer::ListData>",
+// "QList<programmer::ListData>&", "QList<programmer::DelayerData>",
+// "QList<programmer::DelayerData>&" and "UploadParam".
+void registerMetaTypes();
+
+} // namespace zelt::specific::pxn3000s::programmer

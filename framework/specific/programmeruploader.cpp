@@ -1,0 +1,84 @@
+#include "specific/programmeruploader.h"
+
+namespace zelt::specific::pxn3000s::programmer {
+
+ProgrammerUploader::ProgrammerUploader(QObject* parent)
+    : QObject(parent)
+{
+}
+
+void ProgrammerUploader::setStopWhenFinished(bool stop)
+{
+    m_stopWhenFinished = stop;
+}
+
+void ProgrammerUploader::start()
+{
+    if (m_active)
+        return;
+    m_active = true;
+    m_finished = false;
+    m_next = 0;
+    int const n = count();
+    emit started(n);
+    // A receiver of started() may have stopped the run already.
+    if (m_active && n == 0)
+        emit error(tr("There are no rows to upload."));
+}
+
+void ProgrammerUploader::next()
+{
+    if (!m_active || m_finished)
+        return;
+    if (m_next < count()) {
+        int const index = m_next++;
+        emit nextData(index, row(index));
+        return;
+    }
+    m_finished = true;
+    emit finished();
+    if (m_stopWhenFinished)
+        stop();
+}
+
+void ProgrammerUploader::stop()
+{
+    if (!m_active)
+        return;
+    m_active = false;
+    emit stoped();
+}
+
+ListUploader::ListUploader(QList<ListData> const& rows, QObject* parent)
+    : ProgrammerUploader(parent)
+    , m_rows(rows)
+{
+}
+
+int ListUploader::count() const
+{
+    return int(m_rows.size());
+}
+
+ProgrammerData const& ListUploader::row(int index) const
+{
+    return m_rows.at(index);
+}
+
+DelayerUploader::DelayerUploader(QList<DelayerData> const& rows, QObject* parent)
+    : ProgrammerUploader(parent)
+    , m_rows(rows)
+{
+}
+
+int DelayerUploader::count() const
+{
+    return int(m_rows.size());
+}
+
+ProgrammerData const& DelayerUploader::row(int index) const
+{
+    return m_rows.at(index);
+}
+
+} // namespace zelt::specific::pxn3000s::programmer
