@@ -26,6 +26,10 @@ public:
     virtual bool isOpen() const = 0;
     // Queues bytes for sending; false when the channel is not open.
     virtual bool write(QByteArray const& data) = 0;
+    // Asks the instrument to empty its input and answer queues, where the
+    // transport has such a message (VXI-11, USB-TMC, a VISA library); false where
+    // it has none or the channel is not open. The clear goes out in order with the writes.
+    virtual bool deviceClear() { return false; }
 
     QString errorString() const { return m_errorString; }
     // A short description of the channel for messages, such as its resource string.

@@ -4,6 +4,7 @@
 #include "measure/io/ioequipinfo.h"
 
 #include <QString>
+#include <QVariant>
 
 namespace zelt::measure::io::visa {
 
@@ -12,6 +13,11 @@ class VisaEquipInfo : public IOEquipInfo
 public:
     VisaEquipInfo() = default;
     VisaEquipInfo(QString modelName, QSharedPointer<AbstractIO> io);
+
+    // The channel's attributes (serial line settings, a VISA library; see
+    // VisaIO::setAttribute), kept in the VisaIO itself. False when io is no VisaIO.
+    bool setAttribute(QString const& name, QVariant const& value);
+    QVariant attribute(QString const& name) const;
 
     QString modelName;
 };

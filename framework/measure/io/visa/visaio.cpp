@@ -1,26 +1,26 @@
 #include "measure/io/visa/visaio.h"
 
-#include <QTcpSocket>
-#include <QTimer>
+#include "measure/io/visa/messageio.h"
+#include "measure/io/visa/serialio.h"
+#include "measure/io/visa/tcpsocketio.h"
+#include "measure/io/visa/usbtmcsession.h"
+#include "measure/io/visa/visalibrary.h"
+#include "measure/io/visa/visalibrarysession.h"
+#include "measure/io/visa/vxi11session.h"
+
+#include <memory>
 
 namespace zelt::measure::io::visa {
 
 VisaIO::VisaIO(QString resource, QObject* parent)
     : AbstractIO(parent)
-    , m_connectTimer(new QTimer(this))
 {
-    m_connectTimer->setSingleShot(true);
-    m_connectTimer->setTimerType(Qt::PreciseTimer); // a bound, never early
-    connect(m_connectTimer, &QTimer::timeout, this, &VisaIO::onConnectTimeout);
     setResource(resource);
 }
 
 VisaIO::~VisaIO()
 {
-    if (m_socket) {
-        m_socket->disconnect(this);
-        m_socket->abort();
-    }
+    dropTransport(false);
 }
 
 void VisaIO::setResource(QString const& resource)
@@ -34,80 +34,150 @@ void VisaIO::setTimeout(int milliseconds)
     m_timeout = qMax(1, milliseconds);
 }
 
+void VisaIO::setAttribute(QString const& name, QVariant const& value)
+{
+    if (value.isValid())
+        m_attributes.insert(name, value);
+    else
+        m_attributes.remove(name);
+}
+
 bool VisaIO::open()
 {
-    dropSocket(false);
+    dropTransport(false);
     ++m_generation;
-
-    if (!m_resource.isValid()) {
-        fail(tr("Invalid VISA resource \"%1\": %2").arg(m_resourceText, m_resource.error));
-        return false;
-    }
-    if (m_resource.kind != VisaResource::Kind::TcpipSocket) {
-        fail(tr("The VISA resource \"%1\" is not supported yet: only raw TCP sockets "
-                "(TCPIP::host::port::SOCKET) can be opened.")
-                 .arg(m_resourceText));
-        return false;
-    }
-
     setErrorString({});
-    m_socket = new QTcpSocket(this);
-    connect(m_socket, &QTcpSocket::connected, this, &VisaIO::onConnected);
-    connect(m_socket, &QTcpSocket::disconnected, this, &VisaIO::onDisconnected);
-    connect(m_socket, &QTcpSocket::errorOccurred, this, &VisaIO::onSocketError);
-    connect(m_socket, &QTcpSocket::readyRead, this, &VisaIO::onReadyRead);
-    m_connectTimer->start(m_timeout);
-    m_socket->connectToHost(m_resource.host, m_resource.port);
+
+    QString error;
+    m_transport = makeTransport(error);
+    if (!m_transport) {
+        fail(error);
+        return false;
+    }
+    connect(m_transport, &AbstractIO::opened, this, &AbstractIO::opened);
+    connect(m_transport, &AbstractIO::dataReceived, this, &AbstractIO::dataReceived);
+    connect(m_transport, &AbstractIO::errorOccurred, this, &VisaIO::onTransportError);
+    connect(m_transport, &AbstractIO::closed, this, &AbstractIO::closed);
+    if (!m_transport->open()) {
+        fail(m_transport->errorString());
+        dropTransport(false);
+        return false;
+    }
     return true;
+}
+
+AbstractIO* VisaIO::makeTransport(QString& error)
+{
+    QString const library = m_attributes.value(QStringLiteral("visaLibrary")).toString();
+    if (!library.isEmpty())
+        return makeLibraryTransport(library, error);
+    if (QString const preferred = VisaLibrary::preferredPath(); !preferred.isEmpty())
+        return makeLibraryTransport(preferred, error);
+
+    switch (m_resource.kind) {
+    case VisaResource::Kind::TcpipSocket:
+        return new TcpSocketIO(m_resourceText, m_resource.host, m_resource.port, m_timeout, this);
+    case VisaResource::Kind::Asrl: {
+        SerialSettings settings;
+        if (!SerialSettings::fromAttributes(m_attributes, settings, error)) {
+            error = tr("Invalid serial setting for %1: %2").arg(m_resourceText, error);
+            return nullptr;
+        }
+        return new SerialIO(m_resourceText, m_resource.serialPort, settings, this);
+    }
+    case VisaResource::Kind::TcpipInstr: {
+        QString const host = m_resource.host;
+        QString const device = m_resource.lanDevice;
+        return new MessageIO(
+            m_resourceText, [host, device] { return std::make_unique<Vxi11Session>(host, device); },
+            m_timeout, this);
+    }
+    case VisaResource::Kind::Usb: {
+        VisaResource const resource = m_resource;
+        return new MessageIO(
+            m_resourceText, [resource] { return std::make_unique<UsbTmcSession>(resource); }, m_timeout,
+            this);
+    }
+    case VisaResource::Kind::Gpib:
+    case VisaResource::Kind::Invalid:
+        break;
+    }
+
+    // What no built-in transport serves may be an alias or a GPIB address of an installed VISA library.
+    if (auto installed = VisaLibrary::load({}, error)) {
+        QString const resource = m_resourceText;
+        return new MessageIO(
+            m_resourceText,
+            [installed, resource] { return std::make_unique<VisaLibrarySession>(installed, resource); },
+            m_timeout, this);
+    }
+    if (!m_resource.isValid())
+        error = tr("Invalid VISA resource \"%1\": %2").arg(m_resourceText, m_resource.error);
+    else
+        error
+            = tr("Cannot open %1: GPIB needs an installed VISA library, and none was found (looked for %2).")
+                  .arg(m_resourceText, VisaLibrary::usualNames().join(QStringLiteral(", ")));
+    return nullptr;
+}
+
+AbstractIO* VisaIO::makeLibraryTransport(QString const& path, QString& error)
+{
+    auto library = VisaLibrary::load(path, error);
+    if (!library) {
+        error = tr("Cannot open %1: %2").arg(m_resourceText, error);
+        return nullptr;
+    }
+    QString const resource = m_resourceText;
+    return new MessageIO(
+        m_resourceText,
+        [library, resource] { return std::make_unique<VisaLibrarySession>(library, resource); }, m_timeout,
+        this);
 }
 
 void VisaIO::close()
 {
-    if (!m_socket)
+    if (!m_transport)
         return;
-    dropSocket(true);
+    dropTransport(true);
     postClosed();
 }
 
 void VisaIO::abort()
 {
-    if (!m_socket)
+    if (!m_transport)
         return;
-    dropSocket(false);
+    dropTransport(false);
     postClosed();
 }
 
 bool VisaIO::isOpen() const
 {
-    return m_open;
+    return m_transport && m_transport->isOpen();
 }
 
 bool VisaIO::write(QByteArray const& data)
 {
-    if (!m_open)
-        return false;
-    return m_socket->write(data) == data.size();
+    return m_transport && m_transport->write(data);
 }
 
-void VisaIO::dropSocket(bool flush)
+bool VisaIO::deviceClear()
 {
-    m_connectTimer->stop();
-    m_open = false;
-    if (!m_socket)
+    return m_transport && m_transport->deviceClear();
+}
+
+void VisaIO::dropTransport(bool flush)
+{
+    if (!m_transport)
         return;
-    QTcpSocket* socket = m_socket;
-    m_socket = nullptr;
-    socket->disconnect(this);
-    if (flush && socket->state() == QAbstractSocket::ConnectedState) {
-        // Let what was written leave before the socket goes.
-        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-        socket->disconnectFromHost();
-        if (socket->state() == QAbstractSocket::UnconnectedState)
-            socket->deleteLater();
-    } else {
-        socket->abort();
-        socket->deleteLater();
-    }
+    AbstractIO* transport = m_transport;
+    m_transport = nullptr;
+    transport->disconnect(this);
+    if (flush)
+        transport->close();
+    else
+        transport->abort();
+    // A socket still sending what was written goes when it is done.
+    transport->deleteLater();
 }
 
 void VisaIO::fail(QString const& message)
@@ -137,58 +207,8 @@ void VisaIO::postClosed()
         Qt::QueuedConnection);
 }
 
-void VisaIO::onConnected()
+void VisaIO::onTransportError(QString const& message)
 {
-    m_connectTimer->stop();
-    // Without it a setting line followed by a query meets Nagle's algorithm and
-    // the peer's delayed acknowledgement, and the pair stalls for about 40 ms.
-    m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    m_open = true;
-    emit opened();
-}
-
-void VisaIO::onDisconnected()
-{
-    if (!m_socket)
-        return;
-    bool const wasOpen = m_open;
-    QString const message = tr("The instrument at %1 closed the connection.").arg(m_resourceText);
-    dropSocket(false);
-    if (wasOpen) {
-        setErrorString(message);
-        emit errorOccurred(message);
-        emit closed();
-    }
-}
-
-void VisaIO::onSocketError()
-{
-    if (!m_socket)
-        return;
-    bool const wasOpen = m_open;
-    QString const message = wasOpen
-        ? tr("Connection to %1 lost: %2").arg(m_resourceText, m_socket->errorString())
-        : tr("Cannot connect to %1: %2").arg(m_resourceText, m_socket->errorString());
-    dropSocket(false);
-    setErrorString(message);
-    emit errorOccurred(message);
-    if (wasOpen)
-        emit closed();
-}
-
-void VisaIO::onReadyRead()
-{
-    if (m_socket)
-        emit dataReceived(m_socket->readAll());
-}
-
-void VisaIO::onConnectTimeout()
-{
-    if (!m_socket || m_open)
-        return;
-    QString const message
-        = tr("Cannot connect to %1: no answer within %2 ms.").arg(m_resourceText).arg(m_timeout);
-    dropSocket(false);
     setErrorString(message);
     emit errorOccurred(message);
 }

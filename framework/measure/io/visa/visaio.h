@@ -1,16 +1,15 @@
 #pragma once
 // The VISA channel: takes a resource string and reaches the instrument through
-// the matching transport. Raw TCP sockets ("...::SOCKET") are served here;
-// the other resource kinds are recognised and reported as not supported yet,
-// through errorOccurred(), like any failure to open.
+// the matching transport: a raw TCP socket ("...::SOCKET"), a serial line
+// ("ASRL...::INSTR"), VXI-11 ("TCPIP::host[::inst0]::INSTR"), USB-TMC
+// ("USB::vid::pid::serial::INSTR"), or an installed VISA library for what those
+// do not serve (aliases, GPIB) and for everything when one is asked for. Every
+// failure, whatever the transport, comes through errorOccurred().
 
 #include "measure/io/abstractio.h"
 #include "measure/io/visa/visaresource.h"
 
-#include <QPointer>
-
-class QTcpSocket;
-class QTimer;
+#include <QVariantMap>
 
 namespace zelt::measure::io::visa {
 
@@ -25,33 +24,41 @@ public:
     QString resource() const { return m_resourceText; }
     VisaResource const& parsedResource() const { return m_resource; }
 
-    // Bounds each I/O operation that can wait: connecting, in this transport.
+    // Bounds each I/O operation that can wait: connecting, and for the message
+    // transports each write and each read of an answer.
     void setTimeout(int milliseconds);
     int timeout() const { return m_timeout; }
+
+    // Settings of the channel, read at open():
+    //   baudRate, dataBits, parity, stopBits, flowControl: the serial line (see SerialSettings);
+    //   visaLibrary: path or file name of a VISA library that serves this resource,
+    //   whatever its kind.
+    // An invalid value makes open() fail with a message naming it.
+    void setAttribute(QString const& name, QVariant const& value);
+    QVariant attribute(QString const& name) const { return m_attributes.value(name); }
+    QVariantMap const& attributes() const { return m_attributes; }
 
     bool open() override;
     void close() override;
     void abort() override;
     bool isOpen() const override;
     bool write(QByteArray const& data) override;
+    bool deviceClear() override;
     QString description() const override { return m_resourceText; }
 
 private:
+    AbstractIO* makeTransport(QString& error);
+    AbstractIO* makeLibraryTransport(QString const& path, QString& error);
+    void dropTransport(bool flush);
     void fail(QString const& message);
     void postClosed();
-    void dropSocket(bool flush);
-    void onConnected();
-    void onDisconnected();
-    void onSocketError();
-    void onReadyRead();
-    void onConnectTimeout();
+    void onTransportError(QString const& message);
 
     QString m_resourceText;
     VisaResource m_resource;
+    QVariantMap m_attributes;
     int m_timeout = 2000;
-    QTcpSocket* m_socket = nullptr;
-    QTimer* m_connectTimer = nullptr;
-    bool m_open = false;
+    AbstractIO* m_transport = nullptr;
     // Counts open() calls, so that a report queued for an earlier attempt is dropped.
     int m_generation = 0;
 };

@@ -1,0 +1,234 @@
+#include "measure/io/visa/messageio.h"
+
+#include "measure/io/visa/messagesession.h"
+
+#include <QCoreApplication>
+#include <QThread>
+#include <QTimer>
+
+#include <utility>
+
+namespace zelt::measure::io::visa {
+
+// Lives on the worker thread; every slot runs one blocking call of the session.
+class MessageWorker : public QObject
+{
+    Q_OBJECT
+public:
+    MessageWorker(std::unique_ptr<MessageSession> session, int timeoutMs)
+        : m_session(std::move(session))
+        , m_timeout(timeoutMs)
+    {
+        m_answer.reserve(4096);
+    }
+    ~MessageWorker() override { m_session->close(); }
+
+    void open()
+    {
+        QString error;
+        if (m_session->open(m_timeout, error)) {
+            m_open = true;
+            emit opened(m_session->canClear());
+        } else {
+            emit failed(error, false);
+        }
+    }
+
+    void write(QByteArray const& data)
+    {
+        if (!m_open)
+            return;
+        QString error;
+        if (!m_session->write(data, m_timeout, error)) {
+            lose(error);
+            return;
+        }
+        if (!data.contains('?'))
+            return;
+        m_answer.clear();
+        switch (m_session->read(m_answer, m_timeout, error)) {
+        case MessageSession::ReadResult::Data:
+            if (!m_answer.endsWith('\n'))
+                m_answer.append('\n');
+            emit received(m_answer);
+            break;
+        case MessageSession::ReadResult::Timeout:
+            break; // the queue's own time-out deals with an answer that never came
+        case MessageSession::ReadResult::Failed:
+            lose(error);
+            break;
+        }
+    }
+
+    void clear()
+    {
+        QString error;
+        if (m_open && !m_session->clear(m_timeout, error))
+            lose(error);
+    }
+
+    // Closes the session and ends the thread; the worker goes with it.
+    void finish()
+    {
+        m_open = false;
+        m_session->close();
+        QThread::currentThread()->quit();
+    }
+
+Q_SIGNALS:
+    void opened(bool canClear);
+    void received(QByteArray const& data);
+    void failed(QString const& cause, bool wasOpen);
+
+private:
+    void lose(QString const& cause)
+    {
+        m_open = false;
+        m_session->close();
+        emit failed(cause, true);
+    }
+
+    std::unique_ptr<MessageSession> m_session;
+    int m_timeout;
+    QByteArray m_answer;
+    bool m_open = false;
+};
+
+namespace {
+
+// Long enough for an idle worker to close its session, short enough not to be felt.
+constexpr unsigned long kJoinMs = 20;
+
+} // namespace
+
+MessageIO::MessageIO(QString resource, SessionFactory makeSession, int timeoutMs, QObject* parent)
+    : AbstractIO(parent)
+    , m_resource(std::move(resource))
+    , m_makeSession(std::move(makeSession))
+    , m_timeout(timeoutMs)
+    , m_connectTimer(new QTimer(this))
+{
+    m_connectTimer->setSingleShot(true);
+    m_connectTimer->setTimerType(Qt::PreciseTimer);
+    connect(m_connectTimer, &QTimer::timeout, this, &MessageIO::onConnectTimeout);
+}
+
+MessageIO::~MessageIO()
+{
+    QThread* thread = m_thread;
+    dropWorker();
+    if (thread && thread->wait(kJoinMs)) {
+        thread->disconnect();
+        delete thread;
+    }
+}
+
+bool MessageIO::open()
+{
+    dropWorker();
+    setErrorString({});
+    m_thread = new QThread;
+    m_thread->setObjectName(QStringLiteral("VISA I/O"));
+    m_worker = new MessageWorker(m_makeSession(), m_timeout);
+    m_worker->moveToThread(m_thread);
+    // The worker goes when its thread ends, on that thread.
+    connect(m_thread, &QThread::finished, m_worker, &QObject::deleteLater);
+    connect(m_worker, &MessageWorker::opened, this, &MessageIO::onOpened);
+    connect(m_worker, &MessageWorker::received, this, &MessageIO::onReceived);
+    connect(m_worker, &MessageWorker::failed, this, &MessageIO::onFailed);
+    m_thread->start();
+    m_connectTimer->start(m_timeout);
+    QMetaObject::invokeMethod(m_worker, &MessageWorker::open, Qt::QueuedConnection);
+    return true;
+}
+
+void MessageIO::close()
+{
+    // The worker finishes the writes already handed to it before it closes.
+    dropWorker();
+}
+
+void MessageIO::abort()
+{
+    dropWorker();
+}
+
+bool MessageIO::write(QByteArray const& data)
+{
+    if (!m_open)
+        return false;
+    MessageWorker* worker = m_worker;
+    QMetaObject::invokeMethod(
+        worker, [worker, data] { worker->write(data); }, Qt::QueuedConnection);
+    return true;
+}
+
+bool MessageIO::deviceClear()
+{
+    if (!m_open || !m_canClear)
+        return false;
+    QMetaObject::invokeMethod(m_worker, &MessageWorker::clear, Qt::QueuedConnection);
+    return true;
+}
+
+void MessageIO::dropWorker()
+{
+    m_connectTimer->stop();
+    m_open = false;
+    m_canClear = false;
+    if (!m_worker)
+        return;
+    MessageWorker* worker = std::exchange(m_worker, nullptr);
+    QThread* thread = std::exchange(m_thread, nullptr);
+    worker->disconnect(this);
+    QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
+    // A worker still inside a blocking call gets to finish when the call returns;
+    // nobody waits for it here.
+    connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    QMetaObject::invokeMethod(worker, &MessageWorker::finish, Qt::QueuedConnection);
+}
+
+void MessageIO::onOpened(bool canClear)
+{
+    // A report from a worker that has been dropped meanwhile is stale.
+    if (sender() != m_worker)
+        return;
+    m_connectTimer->stop();
+    m_open = true;
+    m_canClear = canClear;
+    emit opened();
+}
+
+void MessageIO::onReceived(QByteArray const& data)
+{
+    if (m_open && sender() == m_worker)
+        emit dataReceived(data);
+}
+
+void MessageIO::onFailed(QString const& cause, bool wasOpen)
+{
+    if (sender() != m_worker)
+        return;
+    QString const message = wasOpen ? tr("Connection to %1 lost: %2").arg(m_resource, cause)
+                                    : tr("Cannot connect to %1: %2").arg(m_resource, cause);
+    dropWorker();
+    setErrorString(message);
+    emit errorOccurred(message);
+    if (wasOpen)
+        emit closed();
+}
+
+void MessageIO::onConnectTimeout()
+{
+    if (!m_worker || m_open)
+        return;
+    QString const message
+        = tr("Cannot connect to %1: no answer within %2 ms.").arg(m_resource).arg(m_timeout);
+    dropWorker();
+    setErrorString(message);
+    emit errorOccurred(message);
+}
+
+} // namespace zelt::measure::io::visa
+
+#include "messageio.moc"

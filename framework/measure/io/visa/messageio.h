@@ -1,0 +1,58 @@
+#pragma once
+// A channel over a MessageSession, whose blocking calls run on a worker thread
+// that this object owns: bytes and errors come back through queued signals, so
+// its user sees a byte stream on its own thread, as from a socket. A line that
+// holds a '?' is a query and is followed by a read of its answer, which is
+// handed on with a line feed at its end.
+
+#include "measure/io/abstractio.h"
+
+#include <functional>
+#include <memory>
+
+class QThread;
+class QTimer;
+
+namespace zelt::measure::io::visa {
+
+class MessageSession;
+class MessageWorker;
+
+class MessageIO : public AbstractIO
+{
+    Q_OBJECT
+public:
+    using SessionFactory = std::function<std::unique_ptr<MessageSession>()>;
+
+    // makeSession gives a fresh session for each open(). resource names the channel in messages.
+    MessageIO(QString resource, SessionFactory makeSession, int timeoutMs, QObject* parent = nullptr);
+    // Waits a few milliseconds for the worker to close the session; a worker
+    // still inside a call is left to finish and clean up on its own.
+    ~MessageIO() override;
+
+    bool open() override;
+    void close() override;
+    void abort() override;
+    bool isOpen() const override { return m_open; }
+    bool write(QByteArray const& data) override;
+    bool deviceClear() override;
+    QString description() const override { return m_resource; }
+
+private:
+    void dropWorker();
+    void onOpened(bool canClear);
+    void onReceived(QByteArray const& data);
+    void onFailed(QString const& cause, bool wasOpen);
+    void onConnectTimeout();
+
+    QString m_resource;
+    SessionFactory m_makeSession;
+    int m_timeout;
+    QTimer* m_connectTimer;
+    QThread* m_thread = nullptr;
+    MessageWorker* m_worker = nullptr;
+    bool m_open = false;
+    bool m_canClear = false;
+};
+
+} // namespace zelt::measure::io::visa

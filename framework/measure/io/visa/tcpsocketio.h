@@ -1,0 +1,44 @@
+#pragma once
+// A raw TCP socket to an instrument ("TCPIP::host::port::SOCKET"): SCPI lines
+// as a byte stream, with the connect bounded by a time-out.
+
+#include "measure/io/abstractio.h"
+
+class QTcpSocket;
+class QTimer;
+
+namespace zelt::measure::io::visa {
+
+class TcpSocketIO : public AbstractIO
+{
+    Q_OBJECT
+public:
+    // resource names the channel in messages.
+    TcpSocketIO(QString resource, QString host, quint16 port, int timeoutMs, QObject* parent = nullptr);
+    ~TcpSocketIO() override;
+
+    bool open() override;
+    void close() override;
+    void abort() override;
+    bool isOpen() const override { return m_open; }
+    bool write(QByteArray const& data) override;
+    QString description() const override { return m_resource; }
+
+private:
+    void dropSocket(bool flush);
+    void onConnected();
+    void onDisconnected();
+    void onSocketError();
+    void onReadyRead();
+    void onConnectTimeout();
+
+    QString m_resource;
+    QString m_host;
+    quint16 m_port;
+    int m_timeout;
+    QTcpSocket* m_socket = nullptr;
+    QTimer* m_connectTimer;
+    bool m_open = false;
+};
+
+} // namespace zelt::measure::io::visa

@@ -1,0 +1,199 @@
+#include "measure/io/visa/usbtmcsession.h"
+
+#include "measure/io/visa/visaresource.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <linux/usb/tmc.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+#include <utility>
+
+namespace zelt::measure::io::visa {
+
+namespace {
+
+constexpr int kAnswerLimit = 64 * 1024;
+
+QString tr(char const* text)
+{
+    return QCoreApplication::translate("zelt::measure::io::visa::UsbTmcSession", text);
+}
+
+QString readLine(QString const& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.readLine()).trimmed();
+}
+
+QString hex4(quint16 id)
+{
+    return QStringLiteral("0x") + QStringLiteral("%1").arg(id, 4, 16, QChar(u'0')).toUpper();
+}
+
+} // namespace
+
+QString UsbTmcSession::udevRule()
+{
+    return QStringLiteral("SUBSYSTEM==\"usbmisc\", KERNEL==\"usbtmc*\", MODE=\"0666\"");
+}
+
+QString UsbTmcSession::locate(VisaResource const& resource, QString const& sysfsRoot, QString const& devRoot,
+                              QString& error)
+{
+    QDir const classDir(sysfsRoot + QStringLiteral("/class/usbmisc"));
+    QStringList const nodes
+        = classDir.entryList({QStringLiteral("usbtmc*")}, QDir::Dirs | QDir::System, QDir::Name);
+    for (QString const& node : nodes) {
+        // "device" leads to the USB interface; its parent is the USB device with the ids.
+        QString const interfaceDir
+            = QFileInfo(classDir.filePath(node + QStringLiteral("/device"))).canonicalFilePath();
+        if (interfaceDir.isEmpty())
+            continue;
+        QString const deviceDir = QFileInfo(interfaceDir).path();
+        bool okVendor = false;
+        bool okProduct = false;
+        uint const vendor = readLine(deviceDir + QStringLiteral("/idVendor")).toUInt(&okVendor, 16);
+        uint const product = readLine(deviceDir + QStringLiteral("/idProduct")).toUInt(&okProduct, 16);
+        if (!okVendor || !okProduct || vendor != resource.vendorId || product != resource.productId
+            || readLine(deviceDir + QStringLiteral("/serial")) != resource.serialNumber)
+            continue;
+        if (resource.usbInterface >= 0) {
+            bool ok = false;
+            int const number = readLine(interfaceDir + QStringLiteral("/bInterfaceNumber")).toInt(&ok, 16);
+            if (!ok || number != resource.usbInterface)
+                continue;
+        }
+        return devRoot + u'/' + node;
+    }
+    error
+        = tr("no USB-TMC device with vendor id %1, product id %2 and serial number \"%3\" is "
+             "connected (none of the usbtmc devices in %4 matches; is the instrument on, plugged "
+             "in, and the kernel's usbtmc driver loaded?)")
+              .arg(hex4(resource.vendorId), hex4(resource.productId), resource.serialNumber, classDir.path());
+    return {};
+}
+
+QString UsbTmcSession::openError(QString const& node, int error)
+{
+    switch (error) {
+    case EACCES:
+    case EPERM:
+        return tr("permission denied on %1. Grant access with a udev rule such as %2 in a file under "
+                  "/etc/udev/rules.d, then plug the instrument in again")
+            .arg(node, udevRule());
+    case ENOENT:
+        return tr("the device node %1 does not exist").arg(node);
+    case ENODEV:
+    case ENXIO:
+        return tr("the device behind %1 has gone").arg(node);
+    case EBUSY:
+        return tr("%1 is busy: another program holds the instrument").arg(node);
+    default:
+        return tr("%1: %2").arg(node, QString::fromLocal8Bit(std::strerror(error)));
+    }
+}
+
+UsbTmcSession::UsbTmcSession(VisaResource const& resource, QString sysfsRoot, QString devRoot)
+    : m_vendorId(resource.vendorId)
+    , m_productId(resource.productId)
+    , m_serial(resource.serialNumber)
+    , m_interface(resource.usbInterface)
+    , m_sysfsRoot(std::move(sysfsRoot))
+    , m_devRoot(std::move(devRoot))
+{
+}
+
+UsbTmcSession::~UsbTmcSession()
+{
+    close();
+}
+
+bool UsbTmcSession::open(int timeoutMs, QString& error)
+{
+    VisaResource resource;
+    resource.vendorId = m_vendorId;
+    resource.productId = m_productId;
+    resource.serialNumber = m_serial;
+    resource.usbInterface = m_interface;
+    m_node = locate(resource, m_sysfsRoot, m_devRoot, error);
+    if (m_node.isEmpty())
+        return false;
+    m_fd = ::open(QFile::encodeName(m_node).constData(), O_RDWR | O_CLOEXEC);
+    if (m_fd < 0) {
+        error = openError(m_node, errno);
+        return false;
+    }
+    setTimeout(timeoutMs);
+    m_buffer.resize(kAnswerLimit);
+    return true;
+}
+
+bool UsbTmcSession::setTimeout(int timeoutMs)
+{
+    if (timeoutMs == m_timeout)
+        return true;
+    __u32 value = __u32(qMax(timeoutMs, 100)); // the driver refuses less
+    if (::ioctl(m_fd, USBTMC_IOCTL_SET_TIMEOUT, &value) != 0)
+        return false;
+    m_timeout = timeoutMs;
+    return true;
+}
+
+bool UsbTmcSession::write(QByteArray const& data, int timeoutMs, QString& error)
+{
+    setTimeout(timeoutMs);
+    qsizetype done = 0;
+    while (done < data.size()) {
+        ssize_t const n = ::write(m_fd, data.constData() + done, size_t(data.size() - done));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0) {
+            error = openError(m_node, errno);
+            return false;
+        }
+        done += n;
+    }
+    return true;
+}
+
+MessageSession::ReadResult UsbTmcSession::read(QByteArray& data, int timeoutMs, QString& error)
+{
+    setTimeout(timeoutMs);
+    ssize_t n;
+    do {
+        n = ::read(m_fd, m_buffer.data(), size_t(m_buffer.size()));
+    } while (n < 0 && errno == EINTR);
+    if (n < 0 && errno == ETIMEDOUT)
+        return ReadResult::Timeout;
+    if (n < 0) {
+        error = openError(m_node, errno);
+        return ReadResult::Failed;
+    }
+    data.append(m_buffer.constData(), n);
+    return ReadResult::Data;
+}
+
+bool UsbTmcSession::clear(int /*timeoutMs*/, QString& error)
+{
+    if (::ioctl(m_fd, USBTMC_IOCTL_CLEAR) == 0)
+        return true;
+    error = openError(m_node, errno);
+    return false;
+}
+
+void UsbTmcSession::close()
+{
+    if (m_fd >= 0)
+        ::close(std::exchange(m_fd, -1));
+}
+
+} // namespace zelt::measure::io::visa

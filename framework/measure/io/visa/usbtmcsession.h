@@ -1,0 +1,52 @@
+#pragma once
+// A USB-TMC instrument ("USB::0x1AB1::0x04CE::SERIAL::INSTR") through the
+// kernel's usbtmc driver: the /dev/usbtmc* node is found by vendor, product and
+// serial number in sysfs. A write is one command, a read one answer.
+
+#include "measure/io/visa/messagesession.h"
+
+namespace zelt::measure::io::visa {
+
+struct VisaResource;
+
+class UsbTmcSession : public MessageSession
+{
+public:
+    // The udev rule that opens usbtmc nodes to every user, for messages.
+    static QString udevRule();
+
+    // The device node of the usbtmc interface that resource names, looked up under
+    // sysfsRoot (normally /sys) and devRoot (normally /dev). Empty with error, a
+    // phrase naming what was looked for, when none matches.
+    static QString locate(VisaResource const& resource, QString const& sysfsRoot, QString const& devRoot,
+                          QString& error);
+    // Why node cannot be opened, from the errno of open().
+    static QString openError(QString const& node, int error);
+
+    UsbTmcSession(VisaResource const& resource, QString sysfsRoot = QStringLiteral("/sys"),
+                  QString devRoot = QStringLiteral("/dev"));
+    ~UsbTmcSession() override;
+
+    bool open(int timeoutMs, QString& error) override;
+    bool write(QByteArray const& data, int timeoutMs, QString& error) override;
+    ReadResult read(QByteArray& data, int timeoutMs, QString& error) override;
+    bool canClear() const override { return true; }
+    bool clear(int timeoutMs, QString& error) override;
+    void close() override;
+
+private:
+    bool setTimeout(int timeoutMs);
+
+    quint16 m_vendorId;
+    quint16 m_productId;
+    QString m_serial;
+    int m_interface;
+    QString m_sysfsRoot;
+    QString m_devRoot;
+    QString m_node;
+    int m_fd = -1;
+    int m_timeout = -1;
+    QByteArray m_buffer;
+};
+
+} // namespace zelt::measure::io::visa

@@ -1,0 +1,37 @@
+#pragma once
+// A resource served by an installed VISA library: any string or alias that the
+// library knows. Its calls block: run it inside a MessageIO.
+
+#include "measure/io/visa/messagesession.h"
+#include "measure/io/visa/visalibrary.h"
+
+#include <memory>
+
+namespace zelt::measure::io::visa {
+
+class VisaLibrarySession : public MessageSession
+{
+public:
+    VisaLibrarySession(std::shared_ptr<VisaLibrary> library, QString resource);
+    ~VisaLibrarySession() override;
+
+    bool open(int timeoutMs, QString& error) override;
+    bool write(QByteArray const& data, int timeoutMs, QString& error) override;
+    ReadResult read(QByteArray& data, int timeoutMs, QString& error) override;
+    bool canClear() const override { return m_library->viClear != nullptr; }
+    bool clear(int timeoutMs, QString& error) override;
+    void close() override;
+
+private:
+    bool setTimeout(int timeoutMs);
+    QString failure(VisaLibrary::ViStatus status) const;
+
+    std::shared_ptr<VisaLibrary> m_library;
+    QByteArray m_resource;
+    VisaLibrary::ViSession m_session = 0;
+    bool m_open = false;
+    int m_timeout = -1;
+    QByteArray m_buffer;
+};
+
+} // namespace zelt::measure::io::visa

@@ -1,0 +1,27 @@
+#pragma once
+// A VXI-11 link ("TCPIP::host[::inst0]::INSTR") through liblxi, whose calls block:
+// run it inside a MessageIO.
+
+#include "measure/io/visa/messagesession.h"
+
+namespace zelt::measure::io::visa {
+
+class Vxi11Session : public MessageSession
+{
+public:
+    Vxi11Session(QString host, QString lanDevice);
+    ~Vxi11Session() override;
+
+    bool open(int timeoutMs, QString& error) override;
+    bool write(QByteArray const& data, int timeoutMs, QString& error) override;
+    ReadResult read(QByteArray& data, int timeoutMs, QString& error) override;
+    void close() override;
+
+private:
+    QByteArray m_host;
+    QByteArray m_lanDevice;
+    int m_device = -1;
+    QByteArray m_buffer;
+};
+
+} // namespace zelt::measure::io::visa
