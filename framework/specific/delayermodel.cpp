@@ -17,14 +17,14 @@ DelayerModel::DelayerModel(QList<DelayerData>& rows, QObject* parent)
 Qt::ItemFlags DelayerModel::flags(QModelIndex const& index) const
 {
     Qt::ItemFlags f = DelayerTemplateModel::flags(index);
-    if (index.isValid() && index.column() != NumberColumn)
+    if (index.isValid())
         f |= Qt::ItemIsEditable;
     return f;
 }
 
 bool DelayerModel::setData(QModelIndex const& index, QVariant const& value, int role)
 {
-    if (role != Qt::EditRole || index.column() == NumberColumn
+    if (role != Qt::EditRole
         || !checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
         return false;
     DelayerData& row = (*m_rows)[index.row()];

@@ -35,15 +35,10 @@ QVariant DelayerTemplateModel::data(QModelIndex const& index, int role) const
     if (role == Qt::TextAlignmentRole)
         return int(Qt::AlignCenter);
     DelayerData const& row = m_rows->at(index.row());
-    switch (index.column()) {
-    case NumberColumn:
-        return role == Qt::DisplayRole ? QVariant(index.row()) : QVariant();
-    case StateColumn:
+    if (index.column() == StateColumn) {
         if (role == Qt::DisplayRole)
             return row.state ? tr("On") : tr("Off");
         return role == Qt::EditRole ? QVariant(row.state) : QVariant();
-    default:
-        break;
     }
     Helper const& h = Helper::getInstance();
     switch (role) {
@@ -64,11 +59,11 @@ QVariant DelayerTemplateModel::data(QModelIndex const& index, int role) const
 
 QVariant DelayerTemplateModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+    if (role != Qt::DisplayRole)
         return {};
+    if (orientation == Qt::Vertical)
+        return section;
     switch (section) {
-    case NumberColumn:
-        return tr("No.");
     case StateColumn:
         return tr("State");
     case TimeColumn:

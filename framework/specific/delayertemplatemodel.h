@@ -1,7 +1,8 @@
 #pragma once
-// A read-only table of delayer rows (number, output state, time) on a list
-// that the caller owns and keeps alive. The state shows as "On" or "Off" and
-// is a bool in the edit role; the time shows Helper's decimals.
+// A read-only table of delayer rows (output state, time) on a list that the
+// caller owns and keeps alive. The state shows as "On" or "Off" and is a bool
+// in the edit role; the time shows Helper's decimals. The vertical header
+// numbers the rows from 0, as the instrument's memory does.
 
 #include "specific/programmerdata.h"
 
@@ -13,7 +14,7 @@ class DelayerTemplateModel : public QAbstractTableModel
 {
     Q_OBJECT
 public:
-    enum Column { NumberColumn, StateColumn, TimeColumn, ColumnCount };
+    enum Column { StateColumn, TimeColumn, ColumnCount };
 
     explicit DelayerTemplateModel(QList<DelayerData>& rows, QObject* parent = nullptr);
 

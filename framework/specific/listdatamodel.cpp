@@ -17,14 +17,14 @@ ListDataModel::ListDataModel(QList<ListData>& rows, QObject* parent)
 Qt::ItemFlags ListDataModel::flags(QModelIndex const& index) const
 {
     Qt::ItemFlags f = ListTemplateModel::flags(index);
-    if (index.isValid() && index.column() != NumberColumn)
+    if (index.isValid())
         f |= Qt::ItemIsEditable;
     return f;
 }
 
 bool ListDataModel::setData(QModelIndex const& index, QVariant const& value, int role)
 {
-    if (role != Qt::EditRole || index.column() == NumberColumn
+    if (role != Qt::EditRole
         || !checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
         return false;
     bool ok = false;

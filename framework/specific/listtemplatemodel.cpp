@@ -35,8 +35,6 @@ QVariant ListTemplateModel::data(QModelIndex const& index, int role) const
     int const column = index.column();
     if (role == Qt::TextAlignmentRole)
         return int(Qt::AlignCenter);
-    if (column == NumberColumn)
-        return role == Qt::DisplayRole ? QVariant(index.row()) : QVariant();
 
     Helper const& h = Helper::getInstance();
     ListData const& row = m_rows->at(index.row());
@@ -67,11 +65,11 @@ QVariant ListTemplateModel::data(QModelIndex const& index, int role) const
 
 QVariant ListTemplateModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+    if (role != Qt::DisplayRole)
         return {};
+    if (orientation == Qt::Vertical)
+        return section;
     switch (section) {
-    case NumberColumn:
-        return tr("No.");
     case VoltageColumn:
         return tr("Voltage(V)");
     case CurrentColumn:

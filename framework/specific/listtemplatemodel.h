@@ -1,7 +1,8 @@
 #pragma once
-// A read-only table of list rows (number, voltage, current, time) on a list
-// that the caller owns and keeps alive. Texts show Helper's decimals; the edit
-// role gives the full value.
+// A read-only table of list rows (voltage, current, time) on a list that the
+// caller owns and keeps alive. Texts show Helper's decimals, the edit role the
+// full value; the vertical header numbers the rows from 0, as the instrument's
+// memory does.
 
 #include "specific/programmerdata.h"
 
@@ -13,7 +14,7 @@ class ListTemplateModel : public QAbstractTableModel
 {
     Q_OBJECT
 public:
-    enum Column { NumberColumn, VoltageColumn, CurrentColumn, TimeColumn, ColumnCount };
+    enum Column { VoltageColumn, CurrentColumn, TimeColumn, ColumnCount };
 
     explicit ListTemplateModel(QList<ListData>& rows, QObject* parent = nullptr);
 

@@ -1,0 +1,209 @@
+#include "specific/metatypes.h"
+#include "specific/programmerdata.h"
+#include "specific/templateparams.h"
+
+#include <QSequentialIterable>
+#include <QTest>
+#include <QtEndian>
+
+#include <cstring>
+
+using namespace zelt::specific::pxn3000s::programmer;
+
+namespace {
+
+QByteArray be32(qint32 v)
+{
+    QByteArray b(4, '\0');
+    qToBigEndian(v, b.data());
+    return b;
+}
+
+QByteArray beDouble(double v)
+{
+    quint64 bits;
+    std::memcpy(&bits, &v, sizeof bits);
+    QByteArray b(8, '\0');
+    qToBigEndian(bits, b.data());
+    return b;
+}
+
+template<typename T> QByteArray streamed(T const& value)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out << value;
+    return bytes;
+}
+
+// Every field distinct, so that a field written in another's place shows.
+ListTemplateParam const kList {3,     1,   12.5, 1.25, 0.5, 40.25, 0.125, 2.75, 3600,
+                               0.001, 512, true, 0.3,  256, 75,    17,    9,    321};
+DelayerTemplateParam const kDelayer {2, kPattern10, 7, 1.5, 2.5, 3.25, 0.75, 10.0, 0.5};
+
+} // namespace
+
+class TestProgrammerRecords : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { registerMetaTypes(); }
+
+    void defaults()
+    {
+        QCOMPARE(ListData(), ListData(0.0, 0.0, 0.0));
+        QCOMPARE(DelayerData(), DelayerData(true, 0.0));
+        QCOMPARE(streamed(ListTemplateParam()), QByteArray(105, '\0')); // 105 bytes a record
+        QCOMPARE(streamed(DelayerTemplateParam()), QByteArray(60, '\0'));
+
+        QList<ListTemplateParam> lists(9);
+        resetListTemplateParams(lists);
+        QCOMPARE(lists.size(), 8);
+        QList<DelayerTemplateParam> delayers;
+        resetDelayerTemplateParams(delayers);
+        QCOMPARE(delayers.size(), 3);
+        for (int t = 0; t < 8; ++t)
+            QCOMPARE(lists.at(t).type, t);
+        for (int t = 0; t < 3; ++t) {
+            QCOMPARE(delayers.at(t).type, t);
+            QCOMPARE(delayers.at(t).pattern, kPattern01);
+        }
+    }
+
+    // Field after field, big-endian, with the bool in one byte at offset 76 and
+    // the width behind it at the odd offset 77.
+    void recordBytes_data()
+    {
+        QTest::addColumn<QByteArray>("record");
+        QTest::addColumn<QByteArray>("expected");
+        ListTemplateParam const& l = kList;
+        QTest::newRow("list") << streamed(l)
+                              << be32(l.type) + be32(l.object) + beDouble(l.constVoltage)
+                + beDouble(l.constCurrent) + beDouble(l.voltageMin) + beDouble(l.voltageMax)
+                + beDouble(l.currentMin) + beDouble(l.currentMax) + beDouble(l.period) + beDouble(l.interval)
+                + be32(l.cycles) + QByteArray(1, '\1') + beDouble(l.width) + be32(l.pulseCount)
+                + be32(l.symmetry) + be32(l.steps) + be32(l.expRate) + be32(l.expGroups);
+        DelayerTemplateParam const& d = kDelayer;
+        QTest::newRow("delayer") << streamed(d)
+                                 << be32(d.type) + be32(d.pattern) + be32(d.groups) + beDouble(d.onTime)
+                + beDouble(d.offTime) + beDouble(d.incBase) + beDouble(d.incStep) + beDouble(d.decBase)
+                + beDouble(d.decStep);
+    }
+
+    void recordBytes()
+    {
+        QFETCH(QByteArray, record);
+        QFETCH(QByteArray, expected);
+        QCOMPARE(record.toHex(' '), expected.toHex(' '));
+    }
+
+    // Full lists through the stream and through a QVariant, as the settings keep them.
+    void roundTrip()
+    {
+        QList<ListTemplateParam> lists;
+        resetListTemplateParams(lists);
+        lists[5] = kList;
+        QList<DelayerTemplateParam> delayers;
+        resetDelayerTemplateParams(delayers);
+        delayers[2] = kDelayer;
+
+        QByteArray const lb = streamed(lists), db = streamed(delayers);
+        QCOMPARE(lb.size(), 844);
+        QCOMPARE(lb.left(4), be32(8));
+        QCOMPARE(db.size(), 184);
+        QDataStream lin(lb), din(db);
+        QList<ListTemplateParam> listsBack;
+        QList<DelayerTemplateParam> delayersBack;
+        lin >> listsBack;
+        din >> delayersBack;
+        QCOMPARE(listsBack, lists);
+        QCOMPARE(delayersBack, delayers);
+
+        QByteArray bytes;
+        {
+            QDataStream out(&bytes, QIODevice::WriteOnly);
+            out << QVariant::fromValue(lists) << QVariant::fromValue(delayers);
+        }
+        QDataStream in(bytes);
+        QVariant v1, v2;
+        in >> v1 >> v2;
+        QCOMPARE(in.status(), QDataStream::Ok);
+        QCOMPARE(v1.value<QList<ListTemplateParam>>(), lists);
+        QCOMPARE(v2.value<QList<DelayerTemplateParam>>(), delayers);
+        QCOMPARE(v1.value<QSequentialIterable>().size(), 8);
+    }
+
+    void hostileStream_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<bool>("list");
+        QTest::addColumn<int>("count");
+        QTest::addColumn<bool>("ok");
+        QByteArray const oneList = streamed(kList), oneDelayer = streamed(kDelayer);
+        QTest::newRow("huge count, 20 bytes")
+            << be32(0x7fffffff) + QByteArray(20, '\x5a') << true << 0 << false;
+        QTest::newRow("huge count, 20 bytes, delayer")
+            << be32(0x7fffffff) + QByteArray(20, '\x5a') << false << 0 << false;
+        QTest::newRow("count 0xffffffff, one record") << be32(-1) + oneList << true << 0 << false;
+        QTest::newRow("count 2, one record") << be32(2) + oneDelayer << false << 0 << false;
+        QTest::newRow("record cut in its middle") << be32(1) + oneList.left(80) << true << 0 << false;
+        QTest::newRow("count cut") << QByteArray("\0\0", 2) << true << 0 << false;
+        QTest::newRow("empty list") << be32(0) << false << 0 << true;
+        QTest::newRow("one record, bytes to spare") << be32(1) + oneList + "xyz" << true << 1 << true;
+    }
+
+    void hostileStream()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(bool, list);
+        QFETCH(int, count);
+        QFETCH(bool, ok);
+        QDataStream in(bytes);
+        qsizetype read = -1;
+        if (list) {
+            QList<ListTemplateParam> out(3);
+            in >> out;
+            read = out.size();
+            if (count)
+                QCOMPARE(out.first(), kList);
+        } else {
+            QList<DelayerTemplateParam> out(3);
+            in >> out;
+            read = out.size();
+        }
+        QCOMPARE(read, qsizetype(count));
+        QCOMPARE(in.status() == QDataStream::Ok, ok);
+    }
+
+    void metaTypeNames_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<QMetaType>("type");
+        QTest::newRow("list templates") << QByteArray("QVector<programmer::ListTemplateParam>")
+                                        << QMetaType::fromType<QList<ListTemplateParam>>();
+        QTest::newRow("delayer templates") << QByteArray("QVector<programmer::DelayerTemplateParam>")
+                                           << QMetaType::fromType<QList<DelayerTemplateParam>>();
+        QTest::newRow("row") << QByteArray("programmer::ProgrammerData")
+                             << QMetaType::fromType<ProgrammerData>();
+        QTest::newRow("list rows") << QByteArray("QList<programmer::ListData>")
+                                   << QMetaType::fromType<QList<ListData>>();
+        QTest::newRow("list rows by reference")
+            << QByteArray("QList<programmer::ListData>&") << QMetaType::fromType<QList<ListData>>();
+        QTest::newRow("delayer rows")
+            << QByteArray("QList<programmer::DelayerData>") << QMetaType::fromType<QList<DelayerData>>();
+        QTest::newRow("delayer rows by reference")
+            << QByteArray("QList<programmer::DelayerData>&") << QMetaType::fromType<QList<DelayerData>>();
+    }
+
+    void metaTypeNames()
+    {
+        QFETCH(QByteArray, name);
+        QFETCH(QMetaType, type);
+        QCOMPARE(QMetaType::fromName(name), type);
+        QVERIFY(type.hasRegisteredDataStreamOperators() || !name.contains("Template"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestProgrammerRecords)
+#include "tst_programmerrecords.moc"
