@@ -1,6 +1,7 @@
 // kvr9000-sim: the simulated KVR9000 power supply on a raw TCP socket.
 
 #include "kvrratings.h"
+#include "ptybridge.h"
 #include "simserver.h"
 
 #include <QCommandLineParser>
@@ -59,6 +60,8 @@ int main(int argc, char* argv[])
          QStringLiteral("N"), QStringLiteral("0")},
         {QStringLiteral("close-after"), QStringLiteral("Close a connection after N received lines."),
          QStringLiteral("N"), QStringLiteral("0")},
+        {QStringLiteral("pty"),
+         QStringLiteral("Serve a pseudo-terminal too, as a serial line; its path is the first line printed.")},
     });
     if (!parser.parse(QCoreApplication::arguments()))
         return fail(parser.errorText());
@@ -110,9 +113,19 @@ int main(int argc, char* argv[])
         *option.target = *value;
     }
 
+    bool const pty = parser.isSet(QStringLiteral("pty"));
+    // Behind a pseudo-terminal the socket is only the relay's way in, unless a port was asked for.
+    if (pty && !parser.isSet(QStringLiteral("port")))
+        options.port = 0;
     kvrsim::SimServer server;
     if (!server.start(options))
         return fail(server.errorString());
+    kvrsim::PtyBridge bridge;
+    if (pty) {
+        if (!bridge.start(server.address(), server.port()))
+            return fail(bridge.errorString());
+        std::printf("%s\n", qPrintable(bridge.path()));
+    }
     QHostAddress const address = server.address();
     QString host = address.toString();
     if (address.protocol() == QAbstractSocket::IPv6Protocol)
