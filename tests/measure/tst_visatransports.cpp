@@ -1,0 +1,323 @@
+// VisaIO on each of its transports: the driver polls the simulated instrument
+// through each exactly as through the socket, and every way of failing ends the
+// run with a message that names the resource and the cause.
+
+#include "mydmm.h"
+#include "vxi11testserver.h"
+
+#include "kvrinstrument.h"
+#include "measure/io/visa/usbtmcsession.h"
+#include "measure/io/visa/visaio.h"
+#include "measure/io/visa/visalibrary.h"
+#include "measure/io/visa/visaresource.h"
+#include "measure/measureinst.h"
+#include "ptybridge.h"
+#include "simserver.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <cerrno>
+#include <memory>
+
+using zelt::measure::MeasureInst;
+using zelt::measure::io::visa::UsbTmcSession;
+using zelt::measure::io::visa::VisaIO;
+using zelt::measure::io::visa::VisaLibrary;
+using zelt::measure::io::visa::VisaResource;
+
+namespace {
+
+QString const kFakeVisa = QStringLiteral(FAKEVISA_PATH);
+QString const kFakeVisaWithoutRead = QStringLiteral(FAKEVISA_WITHOUT_READ_PATH);
+
+// Runs the driver on io until count samples have come; false when they do not.
+bool poll(QSharedPointer<VisaIO> const& io, int count)
+{
+    MyDMM dmm(ChannelLimitRange(), io, true);
+    dmm.setInterval(0);
+    QSignalSpy samples(&dmm, &MyDMM::updateData);
+    QSignalSpy errors(&dmm, &MyDMM::ioError);
+    if (!dmm.open())
+        return false;
+    while (samples.size() < count) {
+        if (!samples.wait(5000) || !errors.isEmpty()) {
+            qWarning() << "no sample:" << errors;
+            return false;
+        }
+    }
+    dmm.closeForce();
+    return true;
+}
+
+} // namespace
+
+class TestVisaTransports : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void driverPollsAsOverTheSocket_data();
+    void driverPollsAsOverTheSocket();
+    void openFailuresEndTheRun_data();
+    void openFailuresEndTheRun();
+    void vxi11ConnectTimeOutKeepsTheLoopTurning();
+    void usbTmcLocate_data();
+    void usbTmcLocate();
+    void usbTmcOpenErrors_data();
+    void usbTmcOpenErrors();
+
+private:
+    std::unique_ptr<kvrsim::SimServer> m_sim;
+    // The lines of the first two samples through the raw socket.
+    QStringList m_ring;
+};
+
+void TestVisaTransports::initTestCase()
+{
+    init();
+    QVERIFY(poll(QSharedPointer<VisaIO>::create(m_sim->resourceString()), 2));
+    // The mode query opens the run, then each pass of the ring of the mode found,
+    // which opens with it too: a fourth one begins a pass that may or may not have
+    // started when the driver stopped.
+    QStringList const lines = m_sim->receivedLines();
+    qsizetype cut = 0;
+    for (int seen = 0; cut < lines.size(); ++cut) {
+        if (lines.at(cut) == lines.first() && ++seen == 4)
+            break;
+    }
+    m_ring = lines.mid(0, cut);
+    QVERIFY(m_ring.size() > 40);
+    cleanup();
+}
+
+void TestVisaTransports::init()
+{
+    m_sim = std::make_unique<kvrsim::SimServer>();
+    kvrsim::SimOptions options;
+    options.noise = 0;
+    QVERIFY2(m_sim->start(options), qPrintable(m_sim->errorString()));
+}
+
+void TestVisaTransports::cleanup()
+{
+    m_sim.reset();
+    qunsetenv("FAKEVISA_ALIAS");
+}
+
+void TestVisaTransports::driverPollsAsOverTheSocket_data()
+{
+    QTest::addColumn<QString>("transport");
+    QTest::newRow("serial over a pseudo-terminal") << "pty";
+    QTest::newRow("VISA library, socket resource") << "library";
+    QTest::newRow("VISA library, alias") << "alias";
+    QTest::newRow("VXI-11") << "vxi11";
+}
+
+void TestVisaTransports::driverPollsAsOverTheSocket()
+{
+    QFETCH(QString, transport);
+    QString const socket = m_sim->resourceString();
+    auto io = QSharedPointer<VisaIO>::create();
+    kvrsim::PtyBridge pty;
+    Vxi11TestServer vxi11;
+    if (transport == u"pty") {
+        QVERIFY2(pty.start(m_sim->address(), m_sim->port()), qPrintable(pty.errorString()));
+        io->setResource(pty.resourceString());
+        io->setAttribute(QStringLiteral("baudRate"), 115200);
+    } else if (transport == u"library") {
+        io->setResource(socket);
+        io->setAttribute(QStringLiteral("visaLibrary"), kFakeVisa);
+    } else if (transport == u"alias") {
+        qputenv("FAKEVISA_ALIAS", QStringLiteral("bench-psu=%1").arg(socket).toUtf8());
+        io->setResource(QStringLiteral("bench-psu"));
+        io->setAttribute(QStringLiteral("visaLibrary"), kFakeVisa);
+    } else {
+        auto& instrument = m_sim->instrument();
+        if (!vxi11.start([&instrument](QString const& line) { return instrument.handleLine(line); }))
+            QSKIP(qPrintable(vxi11.errorString()));
+        io->setResource(QStringLiteral("TCPIP::127.0.0.1::INSTR"));
+    }
+
+    QVERIFY(poll(io, 2));
+    QStringList const lines = transport == u"vxi11" ? vxi11.receivedLines() : m_sim->receivedLines();
+    QCOMPARE(lines.mid(0, m_ring.size()), m_ring);
+}
+
+void TestVisaTransports::openFailuresEndTheRun_data()
+{
+    QTest::addColumn<QString>("resource");
+    QTest::addColumn<QString>("attribute");
+    QTest::addColumn<QString>("value");
+    QTest::addColumn<QString>("cause");
+
+    QString const none;
+    QTest::newRow("serial device missing") << "ASRL/dev/ttyKVR404::INSTR" << none << none << "no such device";
+    QTest::newRow("serial port zero") << "ASRL0::INSTR" << none << none << "start at 1";
+    QTest::newRow("serial setting") << "ASRL/dev/ttyKVR404::INSTR"
+                                    << "parity"
+                                    << "sometimes"
+                                    << "parity \"sometimes\"";
+    QTest::newRow("USB-TMC device absent")
+        << "USB0::0x1AB1::0x04CE::KVR404::INSTR" << none << none << "no USB-TMC device with vendor id 0x1AB1";
+    QTest::newRow("VXI-11 nobody listening")
+        << "TCPIP0::127.0.0.1::inst0::INSTR" << none << none << "Cannot connect to";
+    QTest::newRow("GPIB without a VISA library")
+        << "GPIB0::5::INSTR" << none << none << "GPIB needs an installed";
+    QTest::newRow("alias without a VISA library") << "bench-psu" << none << none << "Invalid VISA resource";
+    QTest::newRow("VISA library missing") << "bench-psu"
+                                          << "visaLibrary"
+                                          << "libkvr404visa.so"
+                                          << "cannot load the VISA library libkvr404visa.so";
+    QTest::newRow("VISA library lacks a function")
+        << "bench-psu"
+        << "visaLibrary" << kFakeVisaWithoutRead << "lacks the function viRead";
+    QTest::newRow("VISA library refuses the resource") << "TCPIP0::127.0.0.1::1::SOCKET"
+                                                       << "visaLibrary" << kFakeVisa << "0xbfff0011";
+}
+
+void TestVisaTransports::openFailuresEndTheRun()
+{
+    QFETCH(QString, resource);
+    QFETCH(QString, attribute);
+    QFETCH(QString, value);
+    QFETCH(QString, cause);
+    QString ignored;
+    if (attribute.isEmpty() && VisaLibrary::load({}, ignored))
+        QSKIP("A VISA library is installed here: it serves what the built-in transports do not.");
+
+    auto io = QSharedPointer<VisaIO>::create(resource);
+    io->setTimeout(1000);
+    if (!attribute.isEmpty())
+        io->setAttribute(attribute, value);
+    MeasureInst inst(io, true);
+    QSignalSpy stopped(&inst, &MeasureInst::stoped);
+    QSignalSpy errors(&inst, &MeasureInst::ioError);
+    inst.open();
+    QVERIFY(stopped.wait(3000) || !stopped.isEmpty());
+    QCOMPARE(errors.size(), 1);
+    QString const message = errors.first().first().toString();
+    QVERIFY2(message.contains(resource) && message.contains(cause), qPrintable(message));
+}
+
+void TestVisaTransports::vxi11ConnectTimeOutKeepsTheLoopTurning()
+{
+    Vxi11TestServer silent;
+    if (!silent.start({}, true))
+        QSKIP(qPrintable(silent.errorString()));
+    QString const resource = QStringLiteral("TCPIP0::127.0.0.1::INSTR");
+    auto io = QSharedPointer<VisaIO>::create(resource);
+    int const bound = 1000;
+    io->setTimeout(bound);
+    MeasureInst inst(io, true);
+    QSignalSpy errors(&inst, &MeasureInst::ioError);
+
+    // The longest pause between two turns of the event loop while the connect hangs.
+    QElapsedTimer clock;
+    qint64 last = 0;
+    qint64 longest = 0;
+    QTimer tick;
+    connect(&tick, &QTimer::timeout, this, [&] {
+        longest = qMax(longest, clock.elapsed() - last);
+        last = clock.elapsed();
+    });
+    clock.start();
+    tick.start(1);
+    inst.open();
+    QTRY_COMPARE_WITH_TIMEOUT(errors.size(), 1, 5000);
+    qint64 const took = clock.elapsed();
+    QString const message = errors.first().first().toString();
+    QVERIFY2(took >= bound && took < bound + 300, qPrintable(QStringLiteral("%1 ms").arg(took)));
+    QVERIFY2(message.contains(resource) && message.contains(QStringLiteral("no answer within 1000 ms")),
+             qPrintable(message));
+    QVERIFY2(longest < 50, qPrintable(QStringLiteral("the loop stalled %1 ms").arg(longest)));
+}
+
+void TestVisaTransports::usbTmcLocate_data()
+{
+    QTest::addColumn<QString>("resource");
+    QTest::addColumn<QString>("node"); // empty: none matches
+
+    QTest::newRow("vendor, product, serial") << "USB0::0x1AB1::0x0E11::DP8B001::INSTR"
+                                             << "usbtmc1";
+    QTest::newRow("decimal ids") << "USB::6833::3601::DP8B001::INSTR"
+                                 << "usbtmc1";
+    QTest::newRow("interface given") << "USB0::0x1AB1::0x0E11::DP8B001::0::INSTR"
+                                     << "usbtmc1";
+    QTest::newRow("other interface") << "USB0::0x1AB1::0x0E11::DP8B001::1::INSTR"
+                                     << "";
+    QTest::newRow("other serial") << "USB0::0x1AB1::0x0E11::DP8B002::INSTR"
+                                  << "";
+    QTest::newRow("same serial, other product") << "USB0::0x1AB1::0x04CE::DP8B001::INSTR"
+                                                << "";
+    QTest::newRow("second device") << "USB0::0x0957::0x1796::MY5800::INSTR"
+                                   << "usbtmc0";
+}
+
+void TestVisaTransports::usbTmcLocate()
+{
+    QFETCH(QString, resource);
+    QFETCH(QString, node);
+
+    // The shape of sysfs: class entries whose "device" leads to the interface,
+    // under the USB device that holds the ids.
+    QTemporaryDir root;
+    QVERIFY(root.isValid());
+    QDir const dir(root.path());
+    auto const device = [&](char const* name, char const* usb, char const* vendor, char const* product,
+                            char const* serial) {
+        QString const interface = QStringLiteral("devices/%1/%1:1.0").arg(QLatin1String(usb));
+        QVERIFY(dir.mkpath(interface) && dir.mkpath(QStringLiteral("class/usbmisc/") + QLatin1String(name)));
+        auto const write = [&](QString const& path, char const* text) {
+            QFile file(dir.filePath(path));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(QByteArray(text) + '\n');
+        };
+        write(interface + QStringLiteral("/../idVendor"), vendor);
+        write(interface + QStringLiteral("/../idProduct"), product);
+        write(interface + QStringLiteral("/../serial"), serial);
+        write(interface + QStringLiteral("/bInterfaceNumber"), "00");
+        QVERIFY(
+            QFile::link(dir.filePath(interface),
+                        dir.filePath(QStringLiteral("class/usbmisc/%1/device").arg(QLatin1String(name)))));
+    };
+    device("usbtmc0", "1-1", "0957", "1796", "MY5800");
+    device("usbtmc1", "1-2", "1ab1", "0e11", "DP8B001");
+
+    QString error;
+    QString const found
+        = UsbTmcSession::locate(VisaResource::parse(resource), dir.path(), QStringLiteral("/dev"), error);
+    QCOMPARE(found, node.isEmpty() ? QString() : QStringLiteral("/dev/") + node);
+    QCOMPARE(error.isEmpty(), !node.isEmpty());
+}
+
+void TestVisaTransports::usbTmcOpenErrors_data()
+{
+    QTest::addColumn<int>("error");
+    QTest::addColumn<QString>("cause");
+    QTest::newRow("permission") << EACCES << UsbTmcSession::udevRule();
+    QTest::newRow("no node") << ENOENT << QStringLiteral("does not exist");
+    QTest::newRow("busy") << EBUSY << QStringLiteral("busy");
+    QTest::newRow("unplugged") << ENODEV << QStringLiteral("has gone");
+}
+
+void TestVisaTransports::usbTmcOpenErrors()
+{
+    QFETCH(int, error);
+    QFETCH(QString, cause);
+    QString const message = UsbTmcSession::openError(QStringLiteral("/dev/usbtmc3"), error);
+    QVERIFY2(message.contains(QStringLiteral("/dev/usbtmc3")) && message.contains(cause),
+             qPrintable(message));
+}
+
+QTEST_MAIN(TestVisaTransports)
+#include "tst_visatransports.moc"
