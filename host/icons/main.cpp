@@ -1,6 +1,9 @@
 // zelt-iconpainter OUTDIR: paints the host's pictures (toolbar icons, wave
 // shapes, the instrument) as PNG files. Shapes only, no text, so no fonts or
-// display are needed at build time.
+// display are needed at build time. The wave shapes come from the programmer's
+// own generators, so that each shows what its template gives.
+
+#include "specific/wavegenerator.h"
 
 #include <QDir>
 #include <QImage>
@@ -109,8 +112,11 @@ void badge(QPainter& p, QPointF const& centre, QColor const& color, bool plus)
         p.drawLine(centre + QPointF(0, -5), centre + QPointF(0, 5));
 }
 
-// A wave template: a tile with axes and the shape in one stroke.
-void wave(QPainter& p, std::function<qreal(qreal)> const& shape, bool steps = false)
+namespace programmer = zelt::specific::pxn3000s::programmer;
+
+// A wave template: a tile with axes and the rows of the template, drawn as the
+// programmer plots them, each value held for its row's time.
+void wave(QPainter& p, programmer::ListTemplateParam const& param)
 {
     p.setPen(QPen(kInk.lighter(220), 1.5));
     p.setBrush(kPaper);
@@ -118,28 +124,40 @@ void wave(QPainter& p, std::function<qreal(qreal)> const& shape, bool steps = fa
     p.setPen(ink(1.5, kInk.lighter(160)));
     p.drawLine(QPointF(7, 40), QPointF(42, 40));
     p.drawLine(QPointF(7, 7), QPointF(7, 40));
+    QList<QList<double>> rows;
+    for (programmer::ListData const& r : programmer::make_list_wave(param))
+        rows.append({r.voltage, r.time});
+    QList<double> x, y;
+    programmer::make_plot_values(rows, x, y, Qt::AlignRight);
+    double const span = param.voltageMax - param.voltageMin;
+    if (x.isEmpty() || x.last() <= 0.0 || span == 0.0)
+        return;
     QPainterPath path;
-    int const n = 120;
     qreal const left = 9, right = 41, top = 9, bottom = 38;
-    for (int i = 0; i <= n; ++i) {
-        qreal const t = qreal(i) / n;
-        QPointF const pt(left + t * (right - left), bottom - shape(t) * (bottom - top));
+    for (qsizetype i = 0; i < x.size(); ++i) {
+        QPointF const pt(left + x.at(i) / x.last() * (right - left),
+                         bottom - (y.at(i) - param.voltageMin) / span * (bottom - top));
         if (i == 0)
             path.moveTo(pt);
         else
             path.lineTo(pt);
     }
     QPen pen = ink(3, kWave);
-    if (steps)
-        pen.setJoinStyle(Qt::MiterJoin);
+    pen.setJoinStyle(Qt::MiterJoin);
     p.setPen(pen);
     p.setBrush(Qt::NoBrush);
     p.drawPath(path);
 }
 
-qreal stair(qreal t, int steps)
+// A template of the type at its defaults, with counts that a tile can show.
+programmer::ListTemplateParam waveTemplate(int type)
 {
-    return qMin(qFloor(t * steps), steps - 1) / qreal(steps - 1);
+    programmer::ListTemplateParam param;
+    programmer::resetListTemplateParam(param, static_cast<unsigned char>(type));
+    param.pulseCount = 2;
+    param.interval = type >= 6 ? 0.1 : param.interval;
+    param.expGroups = 12;
+    return param;
 }
 
 // Seven-segment digit, segments a..g, for the instrument's front panel.
@@ -409,28 +427,10 @@ int main(int argc, char* argv[])
             QPolygonF({{12, 38}, {12, 32}, {19, 32}, {19, 25}, {26, 25}, {26, 19}, {33, 19}, {33, 38}}));
     });
 
-    add("sine2", [](QPainter& p) { wave(p, [](qreal t) { return 0.5 + 0.5 * qSin(2 * M_PI * t); }); });
-    add("pulse2", [](QPainter& p) {
-        wave(
-            p, [](qreal t) { return (t > 0.2 && t < 0.45) || (t > 0.7 && t < 0.95) ? 1.0 : 0.0; }, true);
-    });
-    add("ramp2", [](QPainter& p) { wave(p, [](qreal t) { return t; }); });
-    add("stairup2", [](QPainter& p) {
-        wave(
-            p, [](qreal t) { return stair(t, 5); }, true);
-    });
-    add("stairdown2", [](QPainter& p) {
-        wave(
-            p, [](qreal t) { return 1 - stair(t, 5); }, true);
-    });
-    add("stairupdown2", [](QPainter& p) {
-        wave(
-            p, [](qreal t) { return t < 0.5 ? stair(t * 2, 4) : 1 - stair((t - 0.5) * 2, 4); }, true);
-    });
-    add("exprise2",
-        [](QPainter& p) { wave(p, [](qreal t) { return (1 - qExp(-5 * t)) / (1 - qExp(-5)); }); });
-    add("expfall2",
-        [](QPainter& p) { wave(p, [](qreal t) { return (qExp(-5 * t) - qExp(-5)) / (1 - qExp(-5)); }); });
+    char const* const waves[]
+        = {"sine2", "pulse2", "ramp2", "stairup2", "stairdown2", "stairupdown2", "exprise2", "expfall2"};
+    for (int type = 0; type < 8; ++type)
+        add(QString::fromLatin1(waves[type]), [type](QPainter& p) { wave(p, waveTemplate(type)); });
 
     ok = paint(dir, QStringLiteral("KVR9000"), QSize(320, 200), instrument) && ok;
     // The application's own icon: the instrument on a square tile.
