@@ -16,7 +16,8 @@
 // min * (1 - f) + max * f, so a minimum above the maximum mirrors the wave.
 // Rows come in time order; no parameter set gives an empty list wave (only a
 // type outside 0 to 7 does). Fields that a type's description does not name
-// are not read.
+// are not read; constVoltage and constCurrent are for the caller, who puts
+// the held quantity beside the swept one.
 //
 //   0 Sine. One cycle is n = round(period / interval) rows, at least 2, each
 //     dwelling interval; row k of a cycle has f = 0.5 + 0.5 sin(2 pi k / n),
@@ -24,8 +25,9 @@
 //     n is a multiple of 4. cycles (at least 1) repeats the cycle. inverted
 //     takes 1 - f: the wave starts falling.
 //   1 Pulse. pulseCount pulses (at least 1), each a row at the maximum lasting
-//     width, then a row at the minimum lasting period - width. A width of the
-//     period or more leaves no low row: each pulse is one row of the period.
+//     width, then a row at the minimum lasting period - width. When that low
+//     part rounds below the shortest row time (a width of the period or more)
+//     there is no low row: each pulse is one row of the period, a steady level.
 //     inverted swaps the levels (pulses down from the maximum).
 //   2 Ramp. One period of n = round(period / interval) rows, at least 2, each
 //     dwelling interval. The first round(n * symmetry / 100) rows rise from the
@@ -50,9 +52,10 @@
 //   7 Exponent Fall. The mirror image, 1 - f: from the maximum to the minimum,
 //     dropping fast first; one group is a row at the minimum.
 //
-// Delayer templates. groups (at least 1) groups of two rows, one with the
-// output off and one with it on: pattern 1 ("01") puts the off row first,
-// pattern 10 ("10") the on row first. Any other pattern or type gives no rows.
+// Delayer templates. groups groups of two rows, one with the output off and
+// one with it on: pattern 1 ("01") puts the off row first, pattern 10 ("10")
+// the on row first. Fewer than one group, any other pattern or any other type
+// gives no rows.
 //
 //   0 Fix Time. Every on row dwells onTime, every off row offTime.
 //   1 Increase. Both rows of group g (from 0) dwell incBase + g * incStep.
