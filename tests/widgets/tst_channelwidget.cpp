@@ -1,0 +1,135 @@
+// The channel display panel: its active and inactive looks, the enabled and disabled looks of
+// its rows, the style sheets that carry them, and how the meta-type system makes one.
+
+#include "channelwidget.h"
+
+#include <QLabel>
+#include <QtTest>
+
+namespace {
+
+QString sheet(char const* foreground, char const* background)
+{
+    return QStringLiteral("color:%1;background-color:%2")
+        .arg(QLatin1String(foreground), QLatin1String(background));
+}
+
+QLabel* labelWithText(QWidget& parent, QString const& text)
+{
+    for (QLabel* label : parent.findChildren<QLabel*>()) {
+        if (label->text() == text)
+            return label;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+class TestChannelWidget : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void looks_data();
+    void looks();
+    void madeByMetaType();
+    void widgetBoxClear();
+};
+
+void TestChannelWidget::looks_data()
+{
+    QTest::addColumn<bool>("active");
+    QTest::addColumn<bool>("enabled");
+    QTest::addColumn<bool>("ownDisableColor"); // setDisableColor with red on black
+    QTest::addColumn<QString>("panel"); // frame, header and footer
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("rows"); // numbers and units
+    QString const inactive = sheet("#ffffff", "#404043");
+    QString const yellow = sheet("#555555", "#ffe81e");
+    QString const lit = sheet("#ffffff", "#353538");
+    QString const grey
+        = sheet("#ffffff", "#353538").replace(QLatin1String("#ffffff"), QLatin1String("#7f7f7f"));
+    QTest::newRow("fresh") << false << true << false << inactive << sheet("#353538", "#353538") << lit;
+    QTest::newRow("active") << true << true << false << yellow << sheet("#ffe81e", "#ffe81e") << lit;
+    QTest::newRow("rows disabled") << false << false << false << inactive << sheet("#353538", "#353538")
+                                   << grey;
+    QTest::newRow("own disabled colour")
+        << true << false << true << yellow << sheet("#ffe81e", "#ffe81e") << sheet("#ff0000", "#000000");
+}
+
+void TestChannelWidget::looks()
+{
+    QFETCH(bool, active);
+    QFETCH(bool, enabled);
+    QFETCH(bool, ownDisableColor);
+    QFETCH(QString, panel);
+    QFETCH(QString, line);
+    QFETCH(QString, rows);
+    ChannelWidget widget;
+    widget.setTopLeft(QStringLiteral("CH1")).setBottomRight(QStringLiteral("CV"));
+    widget.setV(QStringLiteral("12.000"), QStringLiteral("V"));
+    if (ownDisableColor)
+        widget.setDisableColor(ColorBox(Qt::red, Qt::black));
+    widget.setActive(active).setEnable(enabled);
+
+    QLabel* header = labelWithText(widget, QStringLiteral("CH1"));
+    QLabel* footer = labelWithText(widget, QStringLiteral("CV"));
+    QFrame* separator = nullptr;
+    for (QFrame* frame : widget.findChildren<QFrame*>()) {
+        if (frame->frameShape() == QFrame::HLine)
+            separator = frame;
+    }
+    QCOMPARE(widget.styleSheet(), panel);
+    QCOMPARE(header->parentWidget()->styleSheet(), panel);
+    QCOMPARE(footer->parentWidget()->styleSheet(), panel);
+    QCOMPARE(separator->styleSheet(), line);
+    // The rows' box keeps the inactive look on an active panel.
+    QCOMPARE(widget.valueWidget(0)->parentWidget()->styleSheet(), sheet("#ffffff", "#404043"));
+    for (int row = 0; row < 3; ++row) {
+        ValueWidget* value = widget.valueWidget(row);
+        QCOMPARE(value->styleSheet(), QString());
+        for (QLabel* label : value->findChildren<QLabel*>())
+            QCOMPARE(label->styleSheet(), rows);
+    }
+    QCOMPARE(widget.valueWidget(0)->value(), QStringLiteral("12.000"));
+    QCOMPARE(widget.valueWidget(2)->value(), QStringLiteral("0.000"));
+    QCOMPARE(widget.valueWidget(2)->unit(), QStringLiteral(" "));
+
+    // The sheets paint: the header's background as the look says.
+    widget.resize(220, 200);
+    QImage const picture = widget.grab().toImage();
+    QColor const background(panel.section(QLatin1Char(':'), 2));
+    QCOMPARE(picture.pixelColor(header->mapTo(&widget, QPoint(header->width() - 3, 3))).name(),
+             background.name());
+}
+
+void TestChannelWidget::madeByMetaType()
+{
+    QMetaType const type = QMetaType::fromName("ChannelWidget");
+    QVERIFY(type.isValid());
+    void* made = type.create();
+    QVERIFY(made);
+    auto* widget = static_cast<ChannelWidget*>(made);
+    QVERIFY(!widget->isActive());
+    QCOMPARE(widget->metaObject()->className(), "ChannelWidget");
+    type.destroy(made);
+}
+
+void TestChannelWidget::widgetBoxClear()
+{
+    WidgetBox box(nullptr, {}, QBoxLayout::TopToBottom);
+    box.clear();
+    QCOMPARE(box.layout()->count(), 0);
+    auto* first = new QLabel(QStringLiteral("a"));
+    auto* second = new QLabel(QStringLiteral("b"));
+    box.add(*first);
+    box.insert(*second, 0);
+    QCOMPARE(box.layout()->itemAt(0)->widget(), second);
+    box.clear();
+    QCOMPARE(box.layout()->count(), 0);
+    QCOMPARE(box.findChildren<QLabel*>().size(), 2);
+    QCOMPARE(first->parentWidget(), &box);
+}
+
+QTEST_MAIN(TestChannelWidget)
+#include "tst_channelwidget.moc"
