@@ -39,13 +39,16 @@ struct TimeGrid
 
 constexpr double kTwoPi = 6.283185307179586476925286766559;
 
+// Counts saturate here, far beyond the row cap, so that a forged record
+// cannot overflow them.
+constexpr double kMostRows = 1e15;
+
 // A count from a ratio or a record field, NaN and overflow included.
 qint64 count(double v, qint64 least)
 {
-    constexpr double kMost = 1e15;
     if (!(v >= double(least)))
         return least;
-    return qint64(std::llround(std::min(v, kMost)));
+    return qint64(std::llround(std::min(v, kMostRows)));
 }
 
 double level(double lo, double hi, double f)
@@ -117,7 +120,7 @@ qint64 list_wave_length(ListTemplateParam const& p)
     TimeGrid const grid;
     switch (p.type) {
     case 0:
-        return samplesPerPeriod(p, grid) * count(p.cycles, 1);
+        return count(double(samplesPerPeriod(p, grid)) * double(count(p.cycles, 1)), 1);
     case 1:
         return count(p.pulseCount, 1) * (pulseHasLowRow(p, grid) ? 2 : 1);
     case 2:

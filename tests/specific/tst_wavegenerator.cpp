@@ -4,6 +4,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 
 using namespace zelt::specific::pxn3000s::programmer;
@@ -143,6 +144,7 @@ private slots:
             QTest::addRow("type %d, most", t) << most(t) << 3 << mostLength[t];
         }
         QTest::newRow("sine, most, one decimal") << most(0) << 1 << qint64(36000) * 512;
+        QTest::newRow("sine, forged record") << wave(0, 1e300, 0.001, INT_MAX) << 3 << qint64(1e15);
         QTest::newRow("pulse, least, one decimal") << wave(1, 0.001, 0.001, 1) << 1 << qint64(1);
     }
 
