@@ -4,10 +4,12 @@
 #include "dlgoption.h"
 #include "ui_dlgoption.h"
 
+#include "buttonitemdelegate.h"
 #include "dmmhelper.h"
 #include "measure/io/visa/visaequipinfo.h"
 #include "measure/io/visa/visaio.h"
 #include "mydmm.h"
+#include "quicksettingdatamodel.h"
 #include "util/statemonitor.h"
 #include "widget/ccheckbox.h"
 #include "widget/measure/powersupplylcd.h"
@@ -25,6 +27,7 @@
 #include <QDoubleSpinBox>
 #include <QFontMetrics>
 #include <QHeaderView>
+#include <QMenu>
 #include <QMessageBox>
 #include <QSettings>
 #include <QSlider>
@@ -294,12 +297,17 @@ void KVR9000Window::init_other_widget()
     ui->spinBrightness->setRange(20, 100);
     blockSignalOfConfigWidget(false);
 
-    // The rows of m_quickSettings come to this view through their model and the button
-    // delegate of the last column; the view itself is set up here.
+    m_quickSettingModel = new QuickSettingDataModel(m_quickSettings, this);
+    // A view does not own its delegates: the window does.
+    auto* buttons = new ButtonItemDelegate({tr("Execute")}, this);
+    connect(buttons, &ButtonItemDelegate::clicked, this, &KVR9000Window::onQuickSettingButtonClicked,
+            Qt::DirectConnection);
     ui->tvQuickSetting->verticalHeader()->hide();
     ui->tvQuickSetting->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     ui->tvQuickSetting->setSelectionBehavior(QAbstractItemView::SelectItems);
     ui->tvQuickSetting->setSelectionMode(QAbstractItemView::SingleSelection);
+    ui->tvQuickSetting->setItemDelegateForColumn(3, buttons);
+    ui->tvQuickSetting->setModel(m_quickSettingModel);
     ui->tvQuickSetting->installEventFilter(this);
 
     auto settle = [this] {
@@ -382,18 +390,28 @@ void KVR9000Window::saveSetting()
 
 QList<QSharedPointer<DPData>> KVR9000Window::arrayToDpDatas(QByteArray& array) const
 {
-    // The rows are streamed out of the array here, a count and two doubles each.
-    Q_UNUSED(array);
-    return {};
+    QList<QSharedPointer<DPData>> datas;
+    if (array.isEmpty())
+        return datas;
+    QDataStream stream(&array, QIODevice::ReadOnly);
+    stream >> datas;
+    return datas;
 }
 
 QByteArray KVR9000Window::dpDatasToArray(QList<QSharedPointer<DPData>> const& datas) const
 {
-    // The rows' voltage and current follow the count, two doubles each, once rows exist.
     QByteArray array;
     QDataStream stream(&array, QIODevice::WriteOnly);
-    stream << quint32(datas.size());
+    stream << datas;
     return array;
+}
+
+QList<QSharedPointer<DPData>> KVR9000Window::makeDefaultQuickSettingData() const
+{
+    QList<QSharedPointer<DPData>> datas;
+    for (DPData const& row : {DPData {1.0, 0.1}, DPData {10.0, 0.01}, DPData {0.0, 0.0}})
+        datas.append(QSharedPointer<DPData>::create(row));
+    return datas;
 }
 
 void KVR9000Window::on_actionStart_triggered()
@@ -460,9 +478,14 @@ void KVR9000Window::onPlotTracerUpdate(QCPGraph const&, int, QString&)
     // The chart's tracer note gets the recorded sample's time and values here.
 }
 
-void KVR9000Window::onQuickSettingButtonClicked(int, QModelIndex const&)
+void KVR9000Window::onQuickSettingButtonClicked(int btnIndex, QModelIndex const& index)
 {
-    // A quick-setting row's voltage and current are sent from here.
+    auto const* row = static_cast<DPData const*>(index.internalPointer());
+    if (!index.isValid() || btnIndex != 0 || !row)
+        return;
+    m_dmm->cmdVoltage(row->voltage);
+    m_dmm->cmdCurrent(row->current);
+    disableAndMonitorControlWidget(2);
 }
 
 void KVR9000Window::timerEvent(QTimerEvent*)
@@ -507,8 +530,45 @@ bool KVR9000Window::execHistoryMenu()
 
 bool KVR9000Window::execQuickSettingMenu()
 {
-    // The quick-settings menu (append, insert, delete, clear) opens here and then claims the event.
-    return false;
+    QTableView* view = ui->tvQuickSetting;
+    QAbstractItemModel* model = view->model();
+    QModelIndex const current = view->currentIndex();
+
+    QAction append(QIcon(QStringLiteral(":images/append3.png")), tr("Append"));
+    QAction insert(QIcon(QStringLiteral(":images/insert32.png")), tr("Insert"));
+    QAction remove(QIcon(QStringLiteral(":images/delete.png")), tr("Delete"));
+    QAction clear(QIcon(QStringLiteral(":images/deleteAll.png")), tr("Clear"));
+    insert.setEnabled(current.isValid());
+    remove.setEnabled(current.isValid());
+    clear.setEnabled(model->rowCount() > 0);
+
+    // exec() below returns only once the menu is done, so the references stay good.
+    connect(&append, &QAction::triggered, this, [&] {
+        if (m_quickSettingModel->insertRows(m_quickSettingModel->rowCount(), 1, QModelIndex()))
+            view->setCurrentIndex(model->index(model->rowCount() - 1, 1));
+    });
+    connect(&insert, &QAction::triggered, this, [&] {
+        if (m_quickSettingModel->insertRows(current.row(), 1, QModelIndex()))
+            view->setCurrentIndex(model->index(current.row(), 1));
+    });
+    connect(&remove, &QAction::triggered, this, [&] {
+        int const row = current.row();
+        int const column = current.column();
+        if (m_quickSettingModel->removeRows(row, 1, QModelIndex()))
+            view->setCurrentIndex(model->index(std::max(0, std::min(model->rowCount() - 1, row)), column));
+    });
+    connect(&clear, &QAction::triggered, this,
+            [&] { m_quickSettingModel->removeRows(0, m_quickSettingModel->rowCount(), QModelIndex()); });
+
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(&append);
+    menu->addAction(&insert);
+    menu->addSeparator();
+    menu->addAction(&remove);
+    menu->addAction(&clear);
+    menu->exec(QCursor::pos());
+    return true;
 }
 
 void KVR9000Window::on_actionClear_triggered()

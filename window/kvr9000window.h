@@ -13,7 +13,7 @@
 class ChannelWidget;
 class DataRenderHouse;
 class DialogProgrammer;
-class DPData;
+struct DPData;
 class MyDMM;
 class QCPGraph;
 class QuickSettingDataModel;
@@ -93,6 +93,9 @@ private:
     void saveSetting();
     QList<QSharedPointer<DPData>> arrayToDpDatas(QByteArray& array) const;
     QByteArray dpDatasToArray(QList<QSharedPointer<DPData>> const& datas) const;
+    // (1 V, 0.1 A), (10 V, 0.01 A) and (0 V, 0 A): a starting set, unused while a new
+    // window's table starts empty.
+    QList<QSharedPointer<DPData>> makeDefaultQuickSettingData() const;
 
     void changeControlWidgetEnalble(bool enable);
     void disableAndMonitorControlWidget(int rounds);

@@ -1,0 +1,221 @@
+// The quick-settings table of the window against the simulated instrument: a row's button
+// sends its values, the context menu edits the rows, and the rows outlive the window.
+
+#include "windowharness.h"
+
+#include "dpdata.h"
+
+namespace {
+
+QString const kModel = QStringLiteral("KVR9040-40");
+QString const kKey = kModel + QStringLiteral("/QuickSettings");
+
+using Rows = QList<QPair<double, double>>;
+
+void storeRows(Rows const& rows)
+{
+    QList<QSharedPointer<DPData>> datas;
+    for (auto const& row : rows)
+        datas.append(QSharedPointer<DPData>::create(DPData {row.first, row.second}));
+    QByteArray array;
+    QDataStream stream(&array, QIODevice::WriteOnly);
+    stream << datas;
+    QSettings().setValue(kKey, array);
+}
+
+// The voltage and current texts of each row, as the table shows them.
+QStringList shownRows(QAbstractItemModel const* model)
+{
+    QStringList rows;
+    for (int row = 0; row < model->rowCount(); ++row)
+        rows << model->index(row, 1).data().toString() + '/' + model->index(row, 2).data().toString();
+    return rows;
+}
+
+QString cellText(QModelIndex const& index)
+{
+    return index.isValid() ? QStringLiteral("%1,%2").arg(index.row()).arg(index.column())
+                           : QStringLiteral("none");
+}
+
+} // namespace
+
+class TestQuickSettingsWindow : public QObject, WindowFixture
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { isolateSettings(QStringLiteral("tst_quicksettingswindow")); }
+    void init()
+    {
+        QSettings().clear();
+        QVERIFY2(startSimulator(kModel), qPrintable(m_server.errorString()));
+    }
+    void cleanup()
+    {
+        QVERIFY(closeWindow());
+        m_server.stop();
+    }
+
+    void executeRow_data();
+    void executeRow();
+    void contextMenu_data();
+    void contextMenu();
+    void optionsKeepRows();
+
+private:
+    bool openRunning()
+    {
+        return open(kModel)
+            && waitUntil([this] { return child<QGroupBox>("widgetQuickSetting")->isEnabled(); });
+    }
+    QTableView* table() const { return child<QTableView>("tvQuickSetting"); }
+};
+
+void TestQuickSettingsWindow::executeRow_data()
+{
+    QTest::addColumn<int>("edge"); // where in the button cell: 0 the centre, else a margin
+    QTest::addColumn<QStringList>("lines");
+    QStringList const sent {":SOURce:VOLTage:LEVel 3.5", ":SOURce:CURRent:LEVel 1.25"};
+    QTest::newRow("button") << 0 << sent;
+    QTest::newRow("left margin") << int(Qt::LeftEdge) << QStringList();
+    QTest::newRow("top margin") << int(Qt::TopEdge) << QStringList();
+    QTest::newRow("right margin") << int(Qt::RightEdge) << QStringList();
+}
+
+void TestQuickSettingsWindow::executeRow()
+{
+    QFETCH(int, edge);
+    QFETCH(QStringList, lines);
+    storeRows({{1.0, 0.1}, {3.5, 1.25}, {0.0, 0.0}});
+    QVERIFY(openRunning());
+    QTableView* view = table();
+    auto* quick = child<QGroupBox>("widgetQuickSetting");
+    QRect const cell = view->visualRect(view->model()->index(1, 3));
+    QVERIFY(view->viewport()->rect().contains(cell));
+    QPoint const at = edge == Qt::LeftEdge ? QPoint(cell.left(), cell.center().y())
+        : edge == Qt::TopEdge              ? QPoint(cell.center().x(), cell.top())
+        : edge == Qt::RightEdge            ? QPoint(cell.right(), cell.center().y())
+                                           : cell.center();
+
+    QList<bool> enabled;
+    connect(driver(), &MyDMM::updateData, this, [&] { enabled << quick->isEnabled(); });
+    m_server.clearLog();
+    QTest::mousePress(view->viewport(), Qt::LeftButton, {}, at);
+    // The hand shows while the mouse is on a button, and only then.
+    QGuiApplication const* gui = qGuiApp;
+    QCOMPARE(gui->overrideCursor() ? gui->overrideCursor()->shape() : Qt::ArrowCursor,
+             lines.isEmpty() ? Qt::ArrowCursor : Qt::PointingHandCursor);
+    QTest::mouseRelease(view->viewport(), Qt::LeftButton, {}, at);
+    QVERIFY(!QGuiApplication::overrideCursor());
+    QCOMPARE(quick->isEnabled(), lines.isEmpty());
+
+    QVERIFY(waitUntil([&] { return enabled.size() >= 2; }));
+    QCOMPARE(enabled.mid(0, 2), (QList<bool> {lines.isEmpty(), true}));
+    QCOMPARE(m_server.receivedLines().filter(QRegularExpression(QStringLiteral("^[^?]*$"))), lines);
+}
+
+void TestQuickSettingsWindow::contextMenu_data()
+{
+    QTest::addColumn<int>("rows"); // stored rows of 1 V, 2 V, 3 V...
+    QTest::addColumn<QString>("current"); // "row,column" or "none"
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<QString>("menu"); // disabled entries in brackets
+    QTest::addColumn<QStringList>("after");
+    QTest::addColumn<QString>("currentAfter");
+    QString const all = QStringLiteral("Append Insert | Delete Clear");
+    QString const z = QStringLiteral("0.000/0.000");
+    QTest::newRow("append to an empty table")
+        << 0 << "none"
+        << "Append"
+        << "Append [Insert] | [Delete] [Clear]" << QStringList {z} << "0,1";
+    QTest::newRow("append without a current cell")
+        << 1 << "none"
+        << "Append"
+        << "Append [Insert] | [Delete] Clear" << QStringList {"1.000/0.100", z} << "1,1";
+    QTest::newRow("insert before the current row")
+        << 2 << "1,2"
+        << "Insert" << all << QStringList {"1.000/0.100", z, "2.000/0.200"} << "1,1";
+    QTest::newRow("delete a middle row")
+        << 3 << "1,2"
+        << "Delete" << all << QStringList {"1.000/0.100", "3.000/0.300"} << "1,2";
+    QTest::newRow("delete the last row") << 2 << "1,1"
+                                         << "Delete" << all << QStringList {"1.000/0.100"} << "0,1";
+    QTest::newRow("delete the only row") << 1 << "0,2"
+                                         << "Delete" << all << QStringList() << "none";
+    QTest::newRow("clear") << 3 << "0,1"
+                           << "Clear" << all << QStringList() << "none";
+}
+
+void TestQuickSettingsWindow::contextMenu()
+{
+    QFETCH(int, rows);
+    QFETCH(QString, current);
+    QFETCH(QString, action);
+    QFETCH(QString, menu);
+    QFETCH(QStringList, after);
+    QFETCH(QString, currentAfter);
+    Rows stored;
+    for (int i = 1; i <= rows; ++i)
+        stored.append({i * 1.0, i * 0.1});
+    storeRows(stored);
+    QVERIFY(openRunning());
+    QTableView* view = table();
+    if (current != QLatin1String("none"))
+        view->setCurrentIndex(
+            view->model()->index(current.section(',', 0, 0).toInt(), current.section(',', 1).toInt()));
+
+    // Reads the menu as it pops up, then chooses the action.
+    QString shown;
+    QTimer watcher;
+    watcher.setInterval(10);
+    connect(&watcher, &QTimer::timeout, this, [&] {
+        auto* popup = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (!popup || !shown.isEmpty())
+            return;
+        QStringList entries;
+        for (QAction* entry : popup->actions()) {
+            QString const text = entry->isSeparator() ? QStringLiteral("|") : entry->text();
+            entries << (entry->isEnabled() ? text : '[' + text + ']');
+            if (entry->text() == action)
+                entry->trigger();
+        }
+        shown = entries.join(' ');
+        popup->close();
+    });
+    watcher.start();
+    QPoint const at = view->viewport()->rect().center();
+    QContextMenuEvent event(QContextMenuEvent::Mouse, at, view->viewport()->mapToGlobal(at));
+    QApplication::sendEvent(view->viewport(), &event);
+    QCOMPARE(shown, menu);
+    QCOMPARE(shownRows(view->model()), after);
+    QCOMPARE(cellText(view->currentIndex()), currentAfter);
+
+    // The rows are kept when the window closes and come back with the next one.
+    QVERIFY(closeWindow());
+    QCOMPARE(QSettings().value(kKey).toByteArray().size(), 4 + 16 * after.size());
+    QVERIFY(openRunning());
+    QCOMPARE(shownRows(table()->model()), after);
+}
+
+void TestQuickSettingsWindow::optionsKeepRows()
+{
+    storeRows({{1.0, 0.1}, {10.0, 0.01}});
+    QByteArray const stored = QSettings().value(kKey).toByteArray();
+    QVERIFY(openRunning());
+    // The options dialog writes all settings whether or not it is accepted.
+    QTimer watcher;
+    watcher.setInterval(10);
+    connect(&watcher, &QTimer::timeout, this, [] {
+        if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget()))
+            dialog->reject();
+    });
+    watcher.start();
+    child<QAction>("actionOptions")->trigger();
+    QVERIFY(QSettings().contains(kModel + QStringLiteral("/SamplePoints")));
+    QCOMPARE(QSettings().value(kKey).toByteArray(), stored);
+    QCOMPARE(shownRows(table()->model()), (QStringList {"1.000/0.100", "10.000/0.010"}));
+}
+
+QTEST_MAIN(TestQuickSettingsWindow)
+#include "tst_quicksettingswindow.moc"
