@@ -1,9 +1,10 @@
 #pragma once
 // The parameters of the wave templates, one record per type, kept in the
-// settings between sessions of the programmer. The stream operators below are
-// the stored format, field by field in declaration order, big-endian:
-// ListTemplateParam is 105 bytes (inverted is one byte, at offset 76),
-// DelayerTemplateParam 60 bytes, and a list is a 32-bit count and its records.
+// settings from one opening of the programmer to the next. The stream
+// operators below are the stored format, field by field in declaration order,
+// big-endian: ListTemplateParam is 105 bytes (inverted is one byte, at offset
+// 76), DelayerTemplateParam 60 bytes, and a list is a 32-bit count and its
+// records.
 
 #include <QDataStream>
 #include <QList>
