@@ -9,11 +9,17 @@
 #include "widget/iequipment.h"
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QFileInfo>
 #include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QStatusBar>
+#include <QTimer>
+
+#include <algorithm>
+#include <utility>
 
 namespace zelt::host {
 
@@ -149,6 +155,39 @@ bool MainWindow::openEquipment(QSharedPointer<zelt::widget::EquipmentInfo> const
     else
         window->show();
     return true;
+}
+
+bool MainWindow::instrumentsOpen() const
+{
+    QList<QMdiSubWindow*> const windows = m_mdi->subWindowList();
+    return std::any_of(windows.begin(), windows.end(),
+                       [](QMdiSubWindow* window) { return !window->isHidden(); });
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    if (m_closeBoundPassed || !instrumentsOpen()) {
+        QMainWindow::closeEvent(event);
+        return;
+    }
+    event->ignore();
+    if (std::exchange(m_closingInstruments, true))
+        return;
+    auto closeAgain = [this](bool bound) {
+        if (isHidden() || (!bound && instrumentsOpen()))
+            return;
+        m_closeBoundPassed = bound;
+        close();
+    };
+    for (QMdiSubWindow* window : m_mdi->subWindowList()) {
+        // Queued: by then the area has let go of the window.
+        connect(
+            window, &QObject::destroyed, this, [closeAgain] { closeAgain(false); }, Qt::QueuedConnection);
+        window->close();
+    }
+    QTimer::singleShot(kCloseBoundMs, this, [closeAgain] { closeAgain(true); });
+    // Windows that closed at once are hidden already.
+    QTimer::singleShot(0, this, [closeAgain] { closeAgain(false); });
 }
 
 void MainWindow::showConnectDialog(bool simulated)

@@ -33,9 +33,18 @@ public:
     // Shows the connect dialog, not blocking; simulated preselects the simulator.
     void showConnectDialog(bool simulated = false);
 
+    // How long a quit waits for the instrument windows to finish closing.
+    static constexpr int kCloseBoundMs = 5000;
+
 Q_SIGNALS:
     // An instrument window has told that it opened.
     void equipmentOpened(QSharedPointer<zelt::widget::EquipmentInfo> const& info);
+
+protected:
+    // The main window goes only after every instrument window has closed through its own
+    // close, which saves its settings and may wait for its driver to stop; a window that
+    // takes longer than kCloseBoundMs is left to be destroyed with the main window.
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     void createMenus();
@@ -45,8 +54,12 @@ private:
     void showAbout();
     void showPlugins();
 
+    bool instrumentsOpen() const;
+
     PluginManager* m_plugins;
     QMdiArea* m_mdi;
+    bool m_closingInstruments = false;
+    bool m_closeBoundPassed = false;
 };
 
 } // namespace zelt::host

@@ -75,10 +75,17 @@ int main(int argc, char* argv[])
     QCoreApplication::setApplicationName(QStringLiteral("zelt-host"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ZELT_VERSION));
 
-    // Listing needs no display: decide before a GUI application exists.
+    // Help, version and the model list only print, and must do so on a machine without a
+    // display, where a GUI application aborts: decide before one exists.
     bool listOnly = false;
-    for (int i = 1; i < argc; ++i)
+    bool printOnly = false;
+    for (int i = 1; i < argc; ++i) {
         listOnly = listOnly || qstrcmp(argv[i], "--list-models") == 0;
+        for (char const* option : {"-h", "--help", "--help-all", "-v", "--version"})
+            printOnly = printOnly || qstrcmp(argv[i], option) == 0;
+    }
+    if (listOnly || printOnly)
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     std::unique_ptr<QCoreApplication> app(listOnly ? new QCoreApplication(argc, argv)
                                                    : new QApplication(argc, argv));
     QCommandLineParser parser;
@@ -107,17 +114,19 @@ int main(int argc, char* argv[])
     window.show();
 
     QString const screenshot = parser.value("screenshot");
-    auto grab = [&window, screenshot] {
+    int screenshotResult = 0;
+    // Ends the run as a user's quit does, so that every instrument window saves its settings.
+    auto grab = [&window, &screenshotResult, screenshot] {
         QString const path = QFileInfo(screenshot).absoluteFilePath();
-        if (!window.grab().save(path)) {
+        if (window.grab().save(path)) {
+            std::printf("%s\n", qPrintable(path));
+            std::fflush(stdout);
+        } else {
             std::fprintf(stderr, "%s\n",
                          qPrintable(QCoreApplication::translate("main", "Cannot write %1.").arg(path)));
-            QCoreApplication::exit(1);
-            return;
+            screenshotResult = 1;
         }
-        std::printf("%s\n", qPrintable(path));
-        std::fflush(stdout);
-        QCoreApplication::exit(0);
+        window.close();
     };
     auto grabLater = [grab, delay] {
         QTimer::singleShot(int(delay * 1000), qApp, grab);
@@ -161,5 +170,6 @@ int main(int argc, char* argv[])
             grabLater();
         }
     }
-    return app->exec();
+    int const result = app->exec();
+    return result != 0 ? result : screenshotResult;
 }

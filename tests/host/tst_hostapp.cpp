@@ -12,9 +12,11 @@ struct Run
     QString err;
 };
 
-Run runHost(QStringList const& arguments)
+Run runHost(QStringList const& arguments,
+            QProcessEnvironment const& environment = QProcessEnvironment::systemEnvironment())
 {
     QProcess host;
+    host.setProcessEnvironment(environment);
     host.start(QStringLiteral(ZELT_HOST_FILE), arguments);
     bool const finished = host.waitForFinished(60000);
     if (!finished) {
@@ -35,6 +37,9 @@ private Q_SLOTS:
     void initTestCase();
     void commandLine_data();
     void commandLine();
+    void withoutDisplay_data();
+    void withoutDisplay();
+    void quitSavesWindowSettings();
 
 private:
     QTemporaryDir m_plugins; // the demo and a plug-in of the wrong kind
@@ -121,6 +126,51 @@ void TestHostApp::commandLine()
     QString const name
         = QString::fromLatin1(QTest::currentDataTag()).replace(QRegularExpression("\\W+"), "-");
     QVERIFY(image.save(QStringLiteral(ZELT_TEST_OUTPUT_DIR "/host-%1.png").arg(name)));
+}
+
+void TestHostApp::withoutDisplay_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("out");
+    QTest::newRow("help") << QStringList {"--help"} << "--list-models";
+    QTest::newRow("version") << QStringList {"--version"} << "^zelt-host \\d";
+    QTest::newRow("list") << QStringList {"--list-models", "--plugin-dir", m_plugins.path()}
+                          << "^Demo\tKVR9040-40\n";
+}
+
+void TestHostApp::withoutDisplay()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, out);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (char const* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+        environment.remove(QLatin1String(name));
+    Run const run = runHost(arguments, environment);
+    QVERIFY2(run.exitCode == 0, qPrintable(QString::number(run.exitCode) + ": " + run.err));
+    QVERIFY2(run.out.contains(QRegularExpression(out)), qPrintable(run.out));
+}
+
+void TestHostApp::quitSavesWindowSettings()
+{
+    if (!ZELT_HAVE_SIMULATOR)
+        QSKIP("Built without the simulator.");
+    QString const group = QStringLiteral("KVR9040-40/");
+    QByteArray const rows = QByteArray::fromHex("00000002 3ff0000000000000 3fb999999999999a"
+                                                "4024000000000000 3f847ae147ae147b");
+    QSettings settings(QStringLiteral("Zelt"), QStringLiteral("zelt-host"));
+    settings.clear();
+    settings.setValue(group + "QuickSettings", rows);
+    // Twice: what a window loaded is what it saves when the host quits, run after run.
+    for (int run = 0; run < 2; ++run) {
+        settings.remove(group + "SamplePoints");
+        settings.sync();
+        Run const result = runHost({"--plugin-dir", ZELT_KVR9000_PLUGIN_DIR, "--simulate", "KVR9040-40",
+                                    "--screenshot", m_out.filePath("quit.png"), "--delay", "0.3"});
+        QVERIFY2(result.exitCode == 0, qPrintable(result.err));
+        settings.sync();
+        QCOMPARE(settings.value(group + "SamplePoints").toInt(), 9999);
+        QCOMPARE(settings.value(group + "QuickSettings").toByteArray(), rows);
+    }
 }
 
 QTEST_MAIN(TestHostApp)
