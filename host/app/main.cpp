@@ -3,6 +3,7 @@
 #include "mainwindow.h"
 #include "pluginmanager.h"
 
+#include "measure/io/visa/visalibrary.h"
 #include "widget/modelinfo.h"
 
 #include <QApplication>
@@ -35,6 +36,9 @@ void setUpParser(QCommandLineParser& parser)
          "MODEL"},
         {"name", QCoreApplication::translate("main", "Name of the instrument."), "NAME"},
         {"plugin-dir", QCoreApplication::translate("main", "Load the plug-ins of DIR."), "DIR"},
+        {"visa-library",
+         QCoreApplication::translate("main", "Reach every instrument through the VISA library at PATH."),
+         "PATH"},
         {"list-models",
          QCoreApplication::translate("main", "Print every plug-in's family and models, and exit.")},
         {"screenshot",
@@ -105,6 +109,16 @@ int main(int argc, char* argv[])
         std::fprintf(stderr, "%s\n",
                      qPrintable(QCoreApplication::translate("main", "--delay takes seconds.")));
         return 2;
+    }
+
+    if (parser.isSet("visa-library")) {
+        using zelt::measure::io::visa::VisaLibrary;
+        QString error;
+        if (!VisaLibrary::load(parser.value("visa-library"), error)) {
+            std::fprintf(stderr, "%s\n", qPrintable(error));
+            return 2;
+        }
+        VisaLibrary::setPreferredPath(parser.value("visa-library"));
     }
 
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/images/zelt-host.png")));
