@@ -68,22 +68,55 @@ private slots:
 
     void driverPollsAsOverTheSocket_data();
     void driverPollsAsOverTheSocket();
+    void lostLinkEndsTheRun_data();
+    void lostLinkEndsTheRun();
     void openFailuresEndTheRun_data();
     void openFailuresEndTheRun();
     void vxi11ConnectTimeOutKeepsTheLoopTurning();
     void usbTmcLocate_data();
     void usbTmcLocate();
+    void usbTmcDevicesAreListed();
     void usbTmcOpenErrors_data();
     void usbTmcOpenErrors();
 
 private:
+    // Points io at the simulator through transport, with what that needs; false
+    // when that fails, true with skip set when it cannot be done here.
+    bool reach(QString const& transport, VisaIO& io, kvrsim::PtyBridge& pty, Vxi11TestServer& vxi11,
+               QString& skip);
+
     std::unique_ptr<kvrsim::SimServer> m_sim;
+    QTemporaryDir m_sysfs;
     // The lines of the first two samples through the raw socket.
     QStringList m_ring;
 };
 
 void TestVisaTransports::initTestCase()
 {
+    // The shape of sysfs: class entries whose "device" leads to the interface,
+    // under the USB device that holds the ids.
+    QVERIFY(m_sysfs.isValid());
+    QDir const dir(m_sysfs.path());
+    auto const device = [&](char const* name, char const* usb, char const* vendor, char const* product,
+                            char const* serial) {
+        QString const interface = QStringLiteral("devices/%1/%1:1.0").arg(QLatin1String(usb));
+        QVERIFY(dir.mkpath(interface) && dir.mkpath(QStringLiteral("class/usbmisc/") + QLatin1String(name)));
+        auto const write = [&](QString const& path, char const* text) {
+            QFile file(dir.filePath(path));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(QByteArray(text) + '\n');
+        };
+        write(interface + QStringLiteral("/../idVendor"), vendor);
+        write(interface + QStringLiteral("/../idProduct"), product);
+        write(interface + QStringLiteral("/../serial"), serial);
+        write(interface + QStringLiteral("/bInterfaceNumber"), "00");
+        QVERIFY(
+            QFile::link(dir.filePath(interface),
+                        dir.filePath(QStringLiteral("class/usbmisc/%1/device").arg(QLatin1String(name)))));
+    };
+    device("usbtmc0", "1-1", "0957", "1796", "MY5800");
+    device("usbtmc1", "1-2", "1ab1", "0e11", "DP8B001");
+
     init();
     QVERIFY(poll(QSharedPointer<VisaIO>::create(m_sim->resourceString()), 2));
     // The mode query opens the run, then each pass of the ring of the mode found,
@@ -114,6 +147,33 @@ void TestVisaTransports::cleanup()
     qunsetenv("FAKEVISA_ALIAS");
 }
 
+bool TestVisaTransports::reach(QString const& transport, VisaIO& io, kvrsim::PtyBridge& pty,
+                               Vxi11TestServer& vxi11, QString& skip)
+{
+    QString const socket = m_sim->resourceString();
+    if (transport == u"pty") {
+        if (!pty.start(m_sim->address(), m_sim->port())) {
+            qWarning("%s", qPrintable(pty.errorString()));
+            return false;
+        }
+        io.setResource(pty.resourceString());
+        io.setAttribute(QStringLiteral("baudRate"), 115200);
+    } else if (transport == u"library") {
+        io.setResource(socket);
+        io.setAttribute(QStringLiteral("visaLibrary"), kFakeVisa);
+    } else if (transport == u"alias") {
+        qputenv("FAKEVISA_ALIAS", QStringLiteral("bench-psu=%1").arg(socket).toUtf8());
+        io.setResource(QStringLiteral("bench-psu"));
+        io.setAttribute(QStringLiteral("visaLibrary"), kFakeVisa);
+    } else {
+        auto& instrument = m_sim->instrument();
+        if (!vxi11.start([&instrument](QString const& line) { return instrument.handleLine(line); }))
+            skip = vxi11.errorString();
+        io.setResource(QStringLiteral("TCPIP::127.0.0.1::INSTR"));
+    }
+    return true;
+}
+
 void TestVisaTransports::driverPollsAsOverTheSocket_data()
 {
     QTest::addColumn<QString>("transport");
@@ -126,31 +186,50 @@ void TestVisaTransports::driverPollsAsOverTheSocket_data()
 void TestVisaTransports::driverPollsAsOverTheSocket()
 {
     QFETCH(QString, transport);
-    QString const socket = m_sim->resourceString();
     auto io = QSharedPointer<VisaIO>::create();
     kvrsim::PtyBridge pty;
     Vxi11TestServer vxi11;
-    if (transport == u"pty") {
-        QVERIFY2(pty.start(m_sim->address(), m_sim->port()), qPrintable(pty.errorString()));
-        io->setResource(pty.resourceString());
-        io->setAttribute(QStringLiteral("baudRate"), 115200);
-    } else if (transport == u"library") {
-        io->setResource(socket);
-        io->setAttribute(QStringLiteral("visaLibrary"), kFakeVisa);
-    } else if (transport == u"alias") {
-        qputenv("FAKEVISA_ALIAS", QStringLiteral("bench-psu=%1").arg(socket).toUtf8());
-        io->setResource(QStringLiteral("bench-psu"));
-        io->setAttribute(QStringLiteral("visaLibrary"), kFakeVisa);
-    } else {
-        auto& instrument = m_sim->instrument();
-        if (!vxi11.start([&instrument](QString const& line) { return instrument.handleLine(line); }))
-            QSKIP(qPrintable(vxi11.errorString()));
-        io->setResource(QStringLiteral("TCPIP::127.0.0.1::INSTR"));
-    }
+    QString skip;
+    QVERIFY(reach(transport, *io, pty, vxi11, skip));
+    if (!skip.isEmpty())
+        QSKIP(qPrintable(skip));
 
     QVERIFY(poll(io, 2));
     QStringList const lines = transport == u"vxi11" ? vxi11.receivedLines() : m_sim->receivedLines();
     QCOMPARE(lines.mid(0, m_ring.size()), m_ring);
+}
+
+void TestVisaTransports::lostLinkEndsTheRun_data()
+{
+    driverPollsAsOverTheSocket_data();
+}
+
+void TestVisaTransports::lostLinkEndsTheRun()
+{
+    QFETCH(QString, transport);
+    auto io = QSharedPointer<VisaIO>::create();
+    auto pty = std::make_unique<kvrsim::PtyBridge>();
+    auto vxi11 = std::make_unique<Vxi11TestServer>();
+    QString skip;
+    QVERIFY(reach(transport, *io, *pty, *vxi11, skip));
+    if (!skip.isEmpty())
+        QSKIP(qPrintable(skip));
+
+    MyDMM dmm(ChannelLimitRange(), io, true);
+    QSignalSpy samples(&dmm, &MyDMM::updateData);
+    QSignalSpy stopped(&dmm, &MyDMM::stoped);
+    QSignalSpy errors(&dmm, &MyDMM::ioError);
+    QVERIFY(dmm.open());
+    QVERIFY(samples.wait(5000));
+    // The far end goes: the unit is switched off, the cable pulled.
+    pty.reset();
+    vxi11.reset();
+    m_sim.reset();
+    QVERIFY(stopped.wait(5000));
+    QCOMPARE(errors.size(), 1);
+    QString const message = errors.first().first().toString();
+    QVERIFY2(message.contains(io->resource()) && message.contains(QStringLiteral("lost")),
+             qPrintable(message));
 }
 
 void TestVisaTransports::openFailuresEndTheRun_data()
@@ -267,37 +346,25 @@ void TestVisaTransports::usbTmcLocate()
 {
     QFETCH(QString, resource);
     QFETCH(QString, node);
-
-    // The shape of sysfs: class entries whose "device" leads to the interface,
-    // under the USB device that holds the ids.
-    QTemporaryDir root;
-    QVERIFY(root.isValid());
-    QDir const dir(root.path());
-    auto const device = [&](char const* name, char const* usb, char const* vendor, char const* product,
-                            char const* serial) {
-        QString const interface = QStringLiteral("devices/%1/%1:1.0").arg(QLatin1String(usb));
-        QVERIFY(dir.mkpath(interface) && dir.mkpath(QStringLiteral("class/usbmisc/") + QLatin1String(name)));
-        auto const write = [&](QString const& path, char const* text) {
-            QFile file(dir.filePath(path));
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write(QByteArray(text) + '\n');
-        };
-        write(interface + QStringLiteral("/../idVendor"), vendor);
-        write(interface + QStringLiteral("/../idProduct"), product);
-        write(interface + QStringLiteral("/../serial"), serial);
-        write(interface + QStringLiteral("/bInterfaceNumber"), "00");
-        QVERIFY(
-            QFile::link(dir.filePath(interface),
-                        dir.filePath(QStringLiteral("class/usbmisc/%1/device").arg(QLatin1String(name)))));
-    };
-    device("usbtmc0", "1-1", "0957", "1796", "MY5800");
-    device("usbtmc1", "1-2", "1ab1", "0e11", "DP8B001");
-
     QString error;
     QString const found
-        = UsbTmcSession::locate(VisaResource::parse(resource), dir.path(), QStringLiteral("/dev"), error);
+        = UsbTmcSession::locate(VisaResource::parse(resource), m_sysfs.path(), QStringLiteral("/dev"), error);
     QCOMPARE(found, node.isEmpty() ? QString() : QStringLiteral("/dev/") + node);
     QCOMPARE(error.isEmpty(), !node.isEmpty());
+}
+
+void TestVisaTransports::usbTmcDevicesAreListed()
+{
+    QStringList listed;
+    for (UsbTmcSession::Device const& device : UsbTmcSession::devices(m_sysfs.path())) {
+        listed << QStringLiteral("%1 %2:%3 %4 %5")
+                      .arg(device.node)
+                      .arg(device.vendorId, 4, 16, QChar(u'0'))
+                      .arg(device.productId, 4, 16, QChar(u'0'))
+                      .arg(device.serialNumber)
+                      .arg(device.usbInterface);
+    }
+    QCOMPARE(listed, (QStringList {"usbtmc0 0957:1796 MY5800 0", "usbtmc1 1ab1:0e11 DP8B001 0"}));
 }
 
 void TestVisaTransports::usbTmcOpenErrors_data()

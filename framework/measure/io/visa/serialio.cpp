@@ -175,7 +175,10 @@ void SerialIO::onError(QSerialPort::SerialPortError error)
         || (error != QSerialPort::ResourceError && error != QSerialPort::WriteError
             && error != QSerialPort::ReadError))
         return;
-    QString const message = tr("Connection to %1 lost: %2").arg(m_resource, m_port->errorString());
+    QString const message = error == QSerialPort::ResourceError
+        ? tr("Connection to %1 lost: the serial device %2 has gone (%3)")
+              .arg(m_resource, m_path, m_port->errorString())
+        : tr("Connection to %1 lost: %2").arg(m_resource, m_port->errorString());
     abort();
     setErrorString(message);
     emit errorOccurred(message);

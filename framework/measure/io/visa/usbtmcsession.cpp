@@ -46,9 +46,9 @@ QString UsbTmcSession::udevRule()
     return QStringLiteral("SUBSYSTEM==\"usbmisc\", KERNEL==\"usbtmc*\", MODE=\"0666\"");
 }
 
-QString UsbTmcSession::locate(VisaResource const& resource, QString const& sysfsRoot, QString const& devRoot,
-                              QString& error)
+QList<UsbTmcSession::Device> UsbTmcSession::devices(QString const& sysfsRoot)
 {
+    QList<Device> found;
     QDir const classDir(sysfsRoot + QStringLiteral("/class/usbmisc"));
     QStringList const nodes
         = classDir.entryList({QStringLiteral("usbtmc*")}, QDir::Dirs | QDir::System, QDir::Name);
@@ -59,26 +59,36 @@ QString UsbTmcSession::locate(VisaResource const& resource, QString const& sysfs
         if (interfaceDir.isEmpty())
             continue;
         QString const deviceDir = QFileInfo(interfaceDir).path();
+        Device device;
         bool okVendor = false;
         bool okProduct = false;
-        uint const vendor = readLine(deviceDir + QStringLiteral("/idVendor")).toUInt(&okVendor, 16);
-        uint const product = readLine(deviceDir + QStringLiteral("/idProduct")).toUInt(&okProduct, 16);
-        if (!okVendor || !okProduct || vendor != resource.vendorId || product != resource.productId
-            || readLine(deviceDir + QStringLiteral("/serial")) != resource.serialNumber)
-            continue;
-        if (resource.usbInterface >= 0) {
-            bool ok = false;
-            int const number = readLine(interfaceDir + QStringLiteral("/bInterfaceNumber")).toInt(&ok, 16);
-            if (!ok || number != resource.usbInterface)
-                continue;
-        }
-        return devRoot + u'/' + node;
+        bool okInterface = false;
+        device.node = node;
+        device.vendorId = quint16(readLine(deviceDir + QStringLiteral("/idVendor")).toUInt(&okVendor, 16));
+        device.productId = quint16(readLine(deviceDir + QStringLiteral("/idProduct")).toUInt(&okProduct, 16));
+        device.serialNumber = readLine(deviceDir + QStringLiteral("/serial"));
+        device.usbInterface
+            = readLine(interfaceDir + QStringLiteral("/bInterfaceNumber")).toInt(&okInterface, 16);
+        if (okVendor && okProduct && okInterface)
+            found << device;
     }
-    error
-        = tr("no USB-TMC device with vendor id %1, product id %2 and serial number \"%3\" is "
-             "connected (none of the usbtmc devices in %4 matches; is the instrument on, plugged "
-             "in, and the kernel's usbtmc driver loaded?)")
-              .arg(hex4(resource.vendorId), hex4(resource.productId), resource.serialNumber, classDir.path());
+    return found;
+}
+
+QString UsbTmcSession::locate(VisaResource const& resource, QString const& sysfsRoot, QString const& devRoot,
+                              QString& error)
+{
+    for (Device const& device : devices(sysfsRoot)) {
+        if (device.vendorId == resource.vendorId && device.productId == resource.productId
+            && device.serialNumber == resource.serialNumber
+            && (resource.usbInterface < 0 || resource.usbInterface == device.usbInterface))
+            return devRoot + u'/' + device.node;
+    }
+    error = tr("no USB-TMC device with vendor id %1, product id %2 and serial number \"%3\" is "
+               "connected (none of the usbtmc devices in %4 matches; is the instrument on, plugged "
+               "in, and the kernel's usbtmc driver loaded?)")
+                .arg(hex4(resource.vendorId), hex4(resource.productId), resource.serialNumber,
+                     sysfsRoot + QStringLiteral("/class/usbmisc"));
     return {};
 }
 

@@ -5,6 +5,8 @@
 
 #include "measure/io/visa/messagesession.h"
 
+#include <QList>
+
 namespace zelt::measure::io::visa {
 
 struct VisaResource;
@@ -12,8 +14,20 @@ struct VisaResource;
 class UsbTmcSession : public MessageSession
 {
 public:
+    struct Device
+    {
+        QString node; // "usbtmc0"
+        quint16 vendorId = 0;
+        quint16 productId = 0;
+        QString serialNumber;
+        int usbInterface = 0;
+    };
+
     // The udev rule that opens usbtmc nodes to every user, for messages.
     static QString udevRule();
+
+    // The usbtmc interfaces that sysfsRoot (normally /sys) shows.
+    static QList<Device> devices(QString const& sysfsRoot);
 
     // The device node of the usbtmc interface that resource names, looked up under
     // sysfsRoot (normally /sys) and devRoot (normally /dev). Empty with error, a

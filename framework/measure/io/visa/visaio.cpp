@@ -8,6 +8,8 @@
 #include "measure/io/visa/visalibrarysession.h"
 #include "measure/io/visa/vxi11session.h"
 
+#include <QSerialPortInfo>
+
 #include <memory>
 
 namespace zelt::measure::io::visa {
@@ -21,6 +23,30 @@ VisaIO::VisaIO(QString resource, QObject* parent)
 VisaIO::~VisaIO()
 {
     dropTransport(false);
+}
+
+QStringList VisaIO::findResources()
+{
+    QStringList found;
+    for (QSerialPortInfo const& port : QSerialPortInfo::availablePorts())
+        found << QStringLiteral("ASRL%1::INSTR").arg(port.systemLocation());
+    for (UsbTmcSession::Device const& device : UsbTmcSession::devices(QStringLiteral("/sys"))) {
+        VisaResource usb;
+        usb.kind = VisaResource::Kind::Usb;
+        usb.vendorId = device.vendorId;
+        usb.productId = device.productId;
+        usb.serialNumber = device.serialNumber;
+        found << usb.canonical();
+    }
+    QString error;
+    QString const preferred = VisaLibrary::preferredPath();
+    if (auto library = VisaLibrary::load(preferred, error)) {
+        for (QString const& resource : library->findResources()) {
+            if (!found.contains(resource))
+                found << resource;
+        }
+    }
+    return found;
 }
 
 void VisaIO::setResource(QString const& resource)

@@ -20,6 +20,11 @@ public:
     explicit VisaIO(QString resource = {}, QObject* parent = nullptr);
     ~VisaIO() override;
 
+    // The instruments that can be reached from here, for a user to choose from: the
+    // serial ports, the usbtmc devices and, where a VISA library is in use or
+    // installed, what it finds. Looking may take a moment with a VISA library.
+    static QStringList findResources();
+
     void setResource(QString const& resource);
     QString resource() const { return m_resourceText; }
     VisaResource const& parsedResource() const { return m_resource; }
