@@ -1,14 +1,17 @@
 #!/usr/bin/env bash
-# Builds an optimised tree and starts the host on its built-in simulated KVR9040-40.
-# Without a display it runs offscreen, takes a screenshot once the window has been
-# live for a few seconds, and prints where the picture is.
+# Builds an optimised host, plug-in and simulator (no tests, no benchmarks) and starts the
+# host on its built-in simulated KVR9040-40. Without a display it runs offscreen, takes a
+# screenshot once the window has been live for a few seconds, and prints where the picture is.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
 
 build=${BUILD_DIR:-build-release}
+started=$SECONDS
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$build"
+cmake --build "$build" --target zelt-host kvr9000 kvr9000-sim
+elapsed=$((SECONDS - started))
+echo "Built in $((elapsed / 60)) min $((elapsed % 60)) s."
 
 if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
     shot="$PWD/$build/kvr9000-host.png"
