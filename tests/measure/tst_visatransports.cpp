@@ -74,6 +74,7 @@ private slots:
     void openFailuresEndTheRun_data();
     void openFailuresEndTheRun();
     void vxi11ConnectTimeOutKeepsTheLoopTurning();
+    void lateAnswerIsNotTakenForTheNext();
     void usbTmcLocate_data();
     void usbTmcLocate();
     void usbTmcDevicesAreListed();
@@ -324,6 +325,28 @@ void TestVisaTransports::vxi11ConnectTimeOutKeepsTheLoopTurning()
     QVERIFY2(message.contains(resource) && message.contains(QStringLiteral("no answer within 1000 ms")),
              qPrintable(message));
     QVERIFY2(longest < 50, qPrintable(QStringLiteral("the loop stalled %1 ms").arg(longest)));
+}
+
+void TestVisaTransports::lateAnswerIsNotTakenForTheNext()
+{
+    // Through the stand-in library, which has no device clear: the late answer is read away.
+    VisaIO io(m_sim->resourceString());
+    io.setAttribute(QStringLiteral("visaLibrary"), kFakeVisa);
+    io.setTimeout(100);
+    QSignalSpy opened(&io, &VisaIO::opened);
+    QSignalSpy answers(&io, &VisaIO::dataReceived);
+    io.open();
+    QVERIFY(opened.wait());
+
+    m_sim->setLatency(300);
+    QVERIFY(io.write("*IDN?\n"));
+    QTest::qWait(400); // the read gave up at 100 ms; the answer came at 300
+    QVERIFY(answers.isEmpty());
+    m_sim->setLatency(0);
+    QString const mode = QStringLiteral(":SYSTem:POWER:MODE?");
+    QVERIFY(io.write(mode.toLatin1() + '\n'));
+    QVERIFY(answers.wait(2000));
+    QCOMPARE(answers.first().first().toByteArray(), m_sim->instrument().handleLine(mode)->toLatin1() + '\n');
 }
 
 void TestVisaTransports::usbTmcLocate_data()

@@ -38,12 +38,17 @@ public:
     {
         if (!m_open)
             return;
+        bool const query = isQuery(data);
         QString error;
+        if (query && m_behind && !catchUp(error)) {
+            lose(error);
+            return;
+        }
         if (!m_session->write(data, m_timeout, error)) {
             lose(error);
             return;
         }
-        if (!data.contains('?'))
+        if (!query)
             return;
         m_answer.clear();
         switch (m_session->read(m_answer, m_timeout, error)) {
@@ -53,7 +58,10 @@ public:
             emit received(m_answer);
             break;
         case MessageSession::ReadResult::Timeout:
-            break; // the queue's own time-out deals with an answer that never came
+            // The queue's own time-out deals with the word; the answer may still
+            // come, and must not be read as the next query's.
+            m_behind = true;
+            break;
         case MessageSession::ReadResult::Failed:
             lose(error);
             break;
@@ -81,6 +89,39 @@ Q_SIGNALS:
     void failed(QString const& cause, bool wasOpen);
 
 private:
+    // A SCPI query has its '?' in the header, before any parameter:
+    // ":MEASure:ALL?", "LIST? 1,2"; a '?' inside a parameter does not count.
+    static bool isQuery(QByteArray const& line)
+    {
+        qsizetype const space = line.indexOf(' ');
+        qsizetype const mark = line.indexOf('?');
+        return mark >= 0 && (space < 0 || mark < space);
+    }
+
+    // Rids the link of an answer that came after its read gave up: a device
+    // clear where the transport has one, else whatever arrives within a moment.
+    bool catchUp(QString& error)
+    {
+        m_behind = false;
+        if (m_session->canClear())
+            return m_session->clear(m_timeout, error);
+        for (int i = 0; i < kMaxStale; ++i) {
+            m_answer.clear();
+            switch (m_session->read(m_answer, kStaleWaitMs, error)) {
+            case MessageSession::ReadResult::Data:
+                continue;
+            case MessageSession::ReadResult::Timeout:
+                return true;
+            case MessageSession::ReadResult::Failed:
+                return false;
+            }
+        }
+        return true;
+    }
+
+    static constexpr int kMaxStale = 16;
+    static constexpr int kStaleWaitMs = 20;
+
     void lose(QString const& cause)
     {
         m_open = false;
@@ -92,6 +133,8 @@ private:
     int m_timeout;
     QByteArray m_answer;
     bool m_open = false;
+    // A read gave up while its answer may still come.
+    bool m_behind = false;
 };
 
 namespace {

@@ -1,9 +1,11 @@
 #pragma once
 // A channel over a MessageSession, whose blocking calls run on a worker thread
 // that this object owns: bytes and errors come back through queued signals, so
-// its user sees a byte stream on its own thread, as from a socket. A line that
-// holds a '?' is a query and is followed by a read of its answer, which is
-// handed on with a line feed at its end.
+// its user sees a byte stream on its own thread, as from a socket. A line with
+// a '?' in its header is a query and is followed by a read of its answer, which
+// is handed on with a line feed at its end. After a read that gave up, the next
+// query first rids the link of the late answer, so that answers stay with their
+// queries.
 
 #include "measure/io/abstractio.h"
 
