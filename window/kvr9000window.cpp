@@ -5,11 +5,16 @@
 #include "ui_dlgoption.h"
 
 #include "buttonitemdelegate.h"
+#include "channelwidget.h"
+#include "dialogprogrammer.h"
 #include "dmmhelper.h"
+#include "dpdatarender.h"
 #include "measure/io/visa/visaequipinfo.h"
 #include "measure/io/visa/visaio.h"
 #include "mydmm.h"
 #include "quicksettingdatamodel.h"
+#include "system/system.h"
+#include "util/character.h"
 #include "util/statemonitor.h"
 #include "widget/ccheckbox.h"
 #include "widget/measure/powersupplylcd.h"
@@ -21,10 +26,13 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QCoreApplication>
+#include <QCursor>
 #include <QDataStream>
 #include <QDateTime>
 #include <QDebug>
 #include <QDoubleSpinBox>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QFontMetrics>
 #include <QHeaderView>
 #include <QMenu>
@@ -35,11 +43,13 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <limits>
 
 using zelt::util::numeric::Range;
 using zelt::widget::StateLabel;
 using zelt::widget::measure::PowerSupplyLCD;
-using zelt::widget::measure::ValueWidget;
+// Not a using-declaration: the channel panel has a ValueWidget of its own.
+namespace lcd = zelt::widget::measure;
 
 namespace {
 
@@ -97,6 +107,12 @@ KVR9000Window::KVR9000Window(QSharedPointer<zelt::widget::EquipmentInfo> const& 
 
 KVR9000Window::~KVR9000Window()
 {
+    // The charts go with the splitter; the renders, their models and columns go here.
+    for (DataRenderHouse* render : std::as_const(m_dataRenders)) {
+        QList<Column*> const columns = render->modelHouse->model->columns();
+        delete render;
+        qDeleteAll(columns);
+    }
     delete ui;
     delete m_monitor;
 }
@@ -219,7 +235,7 @@ void KVR9000Window::init_other_widget()
     m_valuePower->setUnit(QStringLiteral("W"));
 
     auto makeGroupReadout = [] {
-        auto* readout = new ValueWidget(nullptr, {});
+        auto* readout = new lcd::ValueWidget(nullptr, {});
         readout->setUnit(QString());
         readout->hide();
         return readout;
@@ -233,7 +249,7 @@ void KVR9000Window::init_other_widget()
 
     // Odd positions hold this unit's readings, even ones the group's: the unit's are large.
     for (int i = 0; i < m_lcd->measureWidgetCount(); ++i) {
-        ValueWidget* readout = m_lcd->measureWidget(i);
+        lcd::ValueWidget* readout = m_lcd->measureWidget(i);
         readout->setMargin(0);
         readout->valueWidget()->setPointSize(i % 2 == 1 ? 20 : 12);
         readout->unitWidget()->setPointSize(12);
@@ -361,8 +377,162 @@ void KVR9000Window::init_other_widget()
 
 void KVR9000Window::initDataRender()
 {
-    // The record's render is made here: its table model is shown in tv1, and its chart
-    // takes the place of plot1 in splitterView.
+    struct ColumnText
+    {
+        char const* title;
+        char const* key;
+    };
+    static ColumnText const columnTexts[] = {
+        {QT_TR_NOOP("No."), "No"},
+        {QT_TR_NOOP("Date/Time"), "Date/Time"},
+        {QT_TR_NOOP("Mode"), "Mode"},
+        {QT_TR_NOOP("Voltage(V)"), "Voltage"},
+        {QT_TR_NOOP("Current(A)"), "Current"},
+        {QT_TR_NOOP("Power(W)"), "Power"},
+        {QT_TR_NOOP("P/S Voltage(V)"), "Voltage(P/S)"},
+        {QT_TR_NOOP("P/S Current(A)"), "Current(P/S)"},
+        {QT_TR_NOOP("P/S Power(W)"), "Power(P/S)"},
+    };
+    QList<Column*> columns;
+    for (ColumnText const& text : columnTexts)
+        columns.append(new Column {tr(text.title), QString::fromLatin1(text.key), 1});
+    auto* modelHouse = new DataModelHouse(new SingleChannelDataModel(columns, 0, nullptr));
+
+    QList<PlotGraph> const graphs = {
+        {QStringLiteral("Voltage"), tr("Voltage(V)"), QColor::fromString("#8EEB00"), 3},
+        {QStringLiteral("Current"), tr("Current(A)"), QColor::fromString("#133AAC"), 4},
+        {QStringLiteral("Power"), tr("Power(W)"), QColor::fromString("#FF5600"), 3},
+    };
+    QString const title;
+    QCustomPlot* plot = createPlot(title, graphs);
+
+    // The value axes show the rated range and five percent more.
+    ChannelLimitRange const& limit = *m_dmm->geChannelLimitRange(0);
+    QList<QCPRange> const ranges = {
+        QCPRange(limit.voltageRange.minimum, limit.voltageRange.maximum * 1.05),
+        QCPRange(limit.currentRange.minimum, limit.currentRange.maximum * 1.05),
+        QCPRange(limit.powerRange.minimum, limit.powerRange.maximum * 1.05),
+    };
+    auto* plotHouse = new PlotHouse(title, *plot, ranges, nullptr);
+    connect(plotHouse, &PlotHouse::tracerUpdate, this, &KVR9000Window::onPlotTracerUpdate,
+            Qt::DirectConnection);
+    connect(plotHouse, &PlotHouse::actionSave, this, &KVR9000Window::on_actionSaveImage_triggered,
+            Qt::DirectConnection);
+    connect(plotHouse, &PlotHouse::actionClear, this, &KVR9000Window::on_actionClear_triggered,
+            Qt::DirectConnection);
+
+    m_dataRenders.append(new DataRenderHouse(0, modelHouse, plotHouse));
+    changeRenderWidget(*m_dataRenders.at(0));
+}
+
+QCustomPlot* KVR9000Window::createPlot(QString const& title, QList<PlotGraph> const& graphs)
+{
+    auto* plot = new QCustomPlot(nullptr);
+    plot->hide();
+    // With an empty title, a blank band above the axes.
+    plot->plotLayout()->insertRow(0);
+    auto* titleElement = new QCPTextElement(plot, title);
+    titleElement->setMargins(QMargins(0, 20, 0, 0));
+    plot->plotLayout()->addElement(0, 0, titleElement);
+
+    plot->legend->setVisible(true);
+    plot->legend->setFillOrder(QCPLayoutGrid::foRowsFirst, true);
+
+    // A tick label shows the date above the time.
+    QSharedPointer<QCPAxisTickerDateTime> ticker(new QCPAxisTickerDateTime);
+    ticker->setDateTimeFormat(QStringLiteral("yyyy-MM-dd HH:mm:ss").replace(u' ', u'\n'));
+    ticker->setTickStepStrategy(QCPAxisTicker::tssMeetTickCount);
+    plot->xAxis->setTicker(ticker);
+    plot->xAxis2->setTicker(ticker);
+    // xAxis2 is only the upper frame line.
+    plot->xAxis2->setVisible(true);
+    plot->xAxis2->setTickLabels(false);
+    plot->xAxis2->setSubTicks(false);
+    plot->xAxis2->setTicks(false);
+    plot->xAxis2->setSelectableParts(QCPAxis::spNone);
+    connect(plot->xAxis, SIGNAL(rangeChanged(QCPRange)), plot->xAxis2, SLOT(setRange(QCPRange)));
+
+    // One value axis a graph: the first on the left, the others on the right.
+    plot->yAxis->ticker()->setTickCount(5);
+    plot->yAxis2->setVisible(graphs.size() > 1);
+    for (int i = 2; i < graphs.size(); ++i)
+        plot->axisRect()->addAxis(QCPAxis::atRight, nullptr);
+    QList<QCPAxis*> const axes = plot->axisRect()->axes(QCPAxis::atLeft | QCPAxis::atRight);
+    int const count = int(std::min(axes.size(), graphs.size()));
+    for (int i = 0; i < count; ++i) {
+        axes.at(i)->setLabel(graphs.at(i).label);
+        axes.at(i)->ticker()->setTickCount(5);
+        axes.at(i)->setPadding(15);
+    }
+    for (int i = 0; i < count; ++i) {
+        QCPGraph* graph = plot->addGraph(plot->xAxis, axes.at(i));
+        graph->setName(graphs.at(i).label);
+        graph->setProperty("name2", graphs.at(i).name);
+        graph->setPen(QPen(graphs.at(i).color));
+    }
+
+    plot->setInteractions(QCP::iRangeDrag | QCP::iRangeZoom | QCP::iSelectPlottables | QCP::iSelectAxes
+                          | QCP::iSelectLegend);
+    plot->legend->setSelectableParts(QCPLegend::spItems);
+    QCPAxisRect* rect = plot->axisRect(0);
+    rect->setRangeDrag(Qt::Horizontal | Qt::Vertical);
+    rect->setRangeZoom(Qt::Horizontal | Qt::Vertical);
+    rect->setRangeDragAxes(rect->axes());
+    rect->setRangeZoomAxes(rect->axes());
+    for (int i = 0; i < plot->graphCount(); ++i) {
+        plot->graph(i)->setScatterStyle(QCPScatterStyle(QCPScatterStyle::ssNone, 6.0));
+        plot->graph(i)->setSelectable(QCP::stSingleData);
+    }
+    return plot;
+}
+
+void KVR9000Window::changeRenderWidget(DataRenderHouse const& render)
+{
+    ui->tv1->setModel(render.modelHouse->model);
+    ui->tv1->scrollToBottom();
+    QCustomPlot* plot = render.plotHouse->plot();
+    if (ui->splitterView->indexOf(plot) >= 0)
+        return;
+    // The splitter lets go of the widget it gives back: it stays with the window, hidden.
+    if (QWidget* previous = ui->splitterView->replaceWidget(ui->splitterView->count() - 1, plot)) {
+        previous->hide();
+        previous->setParent(ui->widget);
+    }
+    plot->show();
+    render.plotHouse->replot();
+    render.plotHouse->rescaleYAxes();
+}
+
+DataRenderHouse* KVR9000Window::getActiveDataRender(QSharedPointer<DmmData> const& data) const
+{
+    return data ? m_dataRenders.value(data->activeChannel()->index) : nullptr;
+}
+
+DataRenderHouse* KVR9000Window::getDataRenderHouse(QCustomPlot const* plot,
+                                                   QList<DataRenderHouse*> const& datas) const
+{
+    auto const found = std::find_if(datas.begin(), datas.end(), [plot](DataRenderHouse const* render) {
+        return render->plotHouse && render->plotHouse->plot() == plot;
+    });
+    return found == datas.end() ? nullptr : *found;
+}
+
+void KVR9000Window::clearDataRender(DataRenderHouse& render)
+{
+    render.clear();
+    render.plotHouse->replot();
+    render.plotHouse->rescaleYAxes();
+}
+
+void KVR9000Window::clearAllDataRender()
+{
+    for (DataRenderHouse* render : std::as_const(m_dataRenders))
+        clearDataRender(*render);
+}
+
+ChannelWidget* KVR9000Window::getChannelWidget(int index) const
+{
+    return findChild<ChannelWidget*>(QStringLiteral("lcdCh%1").arg(index));
 }
 
 void KVR9000Window::loadSetting()
@@ -468,14 +638,70 @@ void KVR9000Window::onDmmProcessError(QSharedPointer<zelt::util::Word> const&)
     }
 }
 
-void KVR9000Window::onDmmUpdateListout(ListAndDelayer const&)
+void KVR9000Window::onDmmUpdateListout(ListAndDelayer const& listAndDelayer)
 {
-    // The programmer's upload takes its next step from here.
+    // Only an upload asks for these groups; with its dialog gone the reply has no one to move on.
+    if (!m_dialogProgrammer)
+        return;
+    UploadParam const& p = m_uploadParam;
+    switch (listAndDelayer.kind) {
+    case 1:
+        if (listAndDelayer.running) {
+            m_dialogProgrammer->showError(tr("The list is running"), 3000);
+            m_dialogProgrammer->uploaderStop();
+            return;
+        }
+        m_dmm->cmdListSetBase(p.start, p.groups, p.cycles, p.endState);
+        // Item 0 only triggers the first row, whatever the start.
+        m_dmm->listQueryItem(0, 1);
+        return;
+    case 3:
+        if (listAndDelayer.running) {
+            m_dialogProgrammer->showError(tr("The delayer is running"), 3000);
+            m_dialogProgrammer->uploaderStop();
+            return;
+        }
+        m_dmm->cmdDelaySetGroupStartNum(p.start);
+        m_dmm->cmdDelaySetGroupCount(p.groups);
+        m_dmm->cmdDelaySetCycles(p.cycles);
+        m_dmm->cmdDelaySetEndState(p.endState);
+        m_dmm->cmdDelaySetGroupStopCondition(p.stopRule);
+        m_dmm->delayQueryItem(0, 1);
+        return;
+    case 2:
+    case 4:
+        m_dialogProgrammer->uploaderNext();
+        return;
+    default:
+        return;
+    }
 }
 
-void KVR9000Window::onPlotTracerUpdate(QCPGraph const&, int, QString&)
+void KVR9000Window::onPlotTracerUpdate(QCPGraph const& graph, int xKeyPos, QString& text)
 {
-    // The chart's tracer note gets the recorded sample's time and values here.
+    DataRenderHouse const* render = getDataRenderHouse(graph.parentPlot(), m_dataRenders);
+    // After a clear the chart still has a selected graph, and its search gives an index
+    // that no sample has.
+    if (!render || !render->plotHouse || render->channel < 0 || xKeyPos < 0
+        || xKeyPos >= render->datas.size()) {
+        text = QStringLiteral("-");
+        return;
+    }
+    DmmData const& sample = *render->datas.at(xKeyPos);
+    Channel const& ch = *sample.channel(render->channel);
+    QString const word = graph.property("name2").toString();
+
+    using zelt::util::character::Character;
+    zelt::measure::QUnitValueBox box;
+    if (Character::isStart(word, QStringLiteral("voltage")))
+        box = ch.voltage.measured;
+    else if (Character::isStart(word, QStringLiteral("current")))
+        box = ch.current.measured;
+    else if (Character::isStart(word, QStringLiteral("power")))
+        box = ch.power;
+    text = QStringLiteral("%1\n%2: %3 %4%5")
+               .arg(word, sample.dateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss")), box.text,
+                    box.suffix, box.unit);
 }
 
 void KVR9000Window::onQuickSettingButtonClicked(int btnIndex, QModelIndex const& index)
@@ -524,8 +750,13 @@ bool KVR9000Window::eventFilter(QObject* watched, QEvent* event)
 
 bool KVR9000Window::execHistoryMenu()
 {
-    // The record's menu (export, clear) opens here and then claims the event.
-    return false;
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(ui->actionExport);
+    menu->addSeparator();
+    menu->addAction(ui->actionClear);
+    menu->exec(QCursor::pos());
+    return true;
 }
 
 bool KVR9000Window::execQuickSettingMenu()
@@ -573,12 +804,34 @@ bool KVR9000Window::execQuickSettingMenu()
 
 void KVR9000Window::on_actionClear_triggered()
 {
-    // Wipes the record's table and chart.
+    if (QMessageBox::question(this, QStringLiteral("Clear Data"),
+                              tr("Are you sure you want to clear all data?"),
+                              QMessageBox::Yes | QMessageBox::No, QMessageBox::No)
+        != QMessageBox::Yes)
+        return;
+    // The driver keeps its own samples: only the record's table and chart start anew.
+    if (DataRenderHouse* render = getActiveDataRender(m_dmm->lastMeasureData()))
+        clearDataRender(*render);
 }
 
 void KVR9000Window::on_actionExport_triggered()
 {
-    // Writes the record as CSV.
+    QString const name
+        = QFileDialog::getSaveFileName(this, tr("Save As"), QString(), QStringLiteral("csv(*.csv)"));
+    DataRenderHouse* render = getActiveDataRender(m_dmm->lastMeasureData());
+    if (name.isEmpty() || m_dmm->getMeasureData().isEmpty() || !render)
+        return;
+    // The file holds what the table shows, not the driver's samples.
+    if (zelt::util::character::Character::csvSave(name, render->modelHouse->model, false)) {
+        if (QMessageBox::question(this, QString(),
+                                  tr("Successful to export data.\nDo you want to open the file?"),
+                                  QMessageBox::Yes | QMessageBox::No, QMessageBox::NoButton)
+            == QMessageBox::Yes)
+            zelt::system::System::openFile(name);
+    } else {
+        QMessageBox::information(this, QString(), tr("Failed to export data."), QMessageBox::Ok,
+                                 QMessageBox::NoButton);
+    }
 }
 
 void KVR9000Window::on_actionOptions_triggered()
@@ -608,7 +861,26 @@ void KVR9000Window::on_actionOptions_triggered()
 
 void KVR9000Window::on_actionSaveImage_triggered()
 {
-    // Saves the chart as a picture.
+    QString const name = QFileDialog::getSaveFileName(this, tr("Save As"), QString(),
+                                                      QStringLiteral("File(*.jpg *.png *.bmp)"));
+    if (name.isEmpty())
+        return;
+    // Before the first sample there is no active render: nothing to save, nothing to say.
+    DataRenderHouse* render = getActiveDataRender(m_dmm->lastMeasureData());
+    if (!render)
+        return;
+    QByteArray const format = QFileInfo(name).suffix().toUpper().toLatin1();
+    if (render->plotHouse->plot()->saveRastered(name, 0, 0, 1.0, format.constData(), -1, 96,
+                                                QCP::ruDotsPerInch)) {
+        if (QMessageBox::question(this, QString(),
+                                  tr("Successful to export data.\nDo you want to open this file?"),
+                                  QMessageBox::Yes | QMessageBox::No, QMessageBox::NoButton)
+            == QMessageBox::Yes)
+            zelt::system::System::openFile(name);
+    } else {
+        QMessageBox::information(this, QString(), tr("Failed to export data."), QMessageBox::Ok,
+                                 QMessageBox::NoButton);
+    }
 }
 
 void KVR9000Window::on_actionHelp_triggered()
@@ -666,7 +938,265 @@ void KVR9000Window::on_actionTest_triggered()
 
 void KVR9000Window::on_actionProgrammer_triggered()
 {
-    // Opens the programmer of the instrument's list and delayer.
+    namespace programmer = zelt::specific::pxn3000s::programmer;
+    programmer::Option option;
+    for (ChannelLimitRange const& limit : m_dmm->geChannelLimitRange()) {
+        programmer::Channel channel;
+        channel.name = QStringLiteral("CH%1").arg(option.channels.size() + 1);
+        // The programmer may address 5 % above the rating.
+        for (zelt::util::numeric::Range const& r : {limit.voltageRange, limit.currentRange, limit.powerRange})
+            channel.ranges.append(programmer::Range_t(r.minimum, r.maximum * 1.05));
+        option.channels.append(channel);
+    }
+    option.name = equipment() ? equipment()->name : QString();
+    option.timeDecimals = 1;
+    option.timeRange = programmer::Range_t(0.1, 99999.9);
+    option.voltageDecimals = 3;
+    option.currentDecimals = 3;
+    option.maxGroups = 128;
+    option.canSave = true;
+    option.canLoad = true;
+    option.canUpload = true;
+
+    auto* dialog = new DialogProgrammer(option, this);
+    m_dialogProgrammer = dialog;
+    dialog->setWindowTitle(tr("Programmer"));
+    dialog->setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    dialog->setWindowFlag(Qt::WindowMaximizeButtonHint, true);
+    dialog->resize(1024, 700);
+
+    connect(dialog, &DialogProgrammer::uploaderStarted, this, [this, dialog](UploadParam const& param) {
+        m_uploadParam = param;
+        if (!m_dmm->active()) {
+            dialog->uploaderStop();
+            return;
+        }
+        if (param.mode == DialogProgrammer::UploadList)
+            m_dmm->listQueryOptions();
+        else
+            m_dmm->delayQueryOptions();
+    });
+    connect(dialog, &DialogProgrammer::uploaderNextData, this,
+            [this](int index, programmer::ProgrammerData const& data) {
+                int const row = index + m_uploadParam.start;
+                if (m_uploadParam.mode == DialogProgrammer::UploadList) {
+                    auto const& item = dynamic_cast<programmer::ListData const&>(data);
+                    m_dmm->cmdListSetItem(row, item.voltage, item.current, item.time);
+                    m_dmm->listQueryItem(row, 1);
+                } else {
+                    auto const& item = dynamic_cast<programmer::DelayerData const&>(data);
+                    m_dmm->cmdDelaySetItem(row, item.state, item.time);
+                    m_dmm->delayQueryItem(row, 1);
+                }
+            });
+    connect(dialog, &DialogProgrammer::uploaderFinished, this, [dialog] {
+        dialog->uploaderStop();
+        dialog->showInfo(tr("The upload has finished"), 3000);
+    });
+    connect(dialog, &DialogProgrammer::uploaderError, this, [dialog](QString const& text) {
+        dialog->uploaderStop();
+        dialog->showError(text, 3000);
+    });
+    connect(dialog, &DialogProgrammer::uploaderStoped, this, [] {});
+    connect(dialog, &QDialog::finished, dialog, &QObject::deleteLater);
+
+    connect(dialog, &DialogProgrammer::listSaveToCSV, this,
+            [option, dialog](QList<programmer::ListData> const& datas, UploadParam const& param) {
+                if (datas.isEmpty()) {
+                    dialog->showInfo(tr("The data is empty"), 3000);
+                    return;
+                }
+                QString const file = QFileDialog::getSaveFileName(nullptr, tr("Save"), QString(),
+                                                                  tr("CSV File (*.lst.csv)"));
+                if (file.isEmpty())
+                    return;
+                dialog->showInfo(saveListDataToCsv(file, option, datas, param) ? tr("Save file successfully")
+                                                                              : tr("Failed to save file"),
+                                 3000);
+            });
+    connect(dialog, &DialogProgrammer::listLoadFromCSV, this,
+            [option](QList<programmer::ListData>& datas, UploadParam& param) {
+                QString const file
+                    = QFileDialog::getOpenFileName(nullptr, tr("Load"), QString(), tr("CSV File (*.csv)"));
+                if (!file.isEmpty())
+                    datas = loadlistDataFromCsv(file, option, param);
+            });
+    connect(dialog, &DialogProgrammer::delayerSaveToCSV, this,
+            [option, dialog](QList<programmer::DelayerData> const& datas, UploadParam const& param) {
+                if (datas.isEmpty()) {
+                    dialog->showInfo(tr("The data is empty"), 3000);
+                    return;
+                }
+                QString const file = QFileDialog::getSaveFileName(nullptr, tr("Save"), QString(),
+                                                                  tr("CSV File (*.dly.csv)"));
+                if (file.isEmpty())
+                    return;
+                dialog->showInfo(saveDelayerData(file, option, datas, param) ? tr("Save file successfully")
+                                                                            : tr("Failed to save file"),
+                                 3000);
+            });
+    connect(dialog, &DialogProgrammer::delayerLoadFromCSV, this,
+            [option](QList<programmer::DelayerData>& datas, UploadParam& param) {
+                QString const file
+                    = QFileDialog::getOpenFileName(nullptr, tr("Load"), QString(), tr("CSV File (*.csv)"));
+                if (!file.isEmpty())
+                    datas = loadDelayerDataFromCsv(file, option, param);
+            });
+
+    dialog->open();
+}
+
+namespace {
+
+// The parts of a header line "key,value"; empty when the key differs or the value is missing.
+QStringList csvHeader(QList<QString> const& lines, int line, QLatin1String key)
+{
+    QStringList const parts = lines.at(line).split(QLatin1Char(','), Qt::KeepEmptyParts);
+    if (parts.size() < 2 || parts.at(0) != key)
+        return {};
+    return parts;
+}
+
+// The cycles of a file: text that is no 32-bit number gives 0; a number above 99999 (or a
+// negative one, taken as unsigned) refuses the file.
+bool csvCycles(QString const& text, int& cycles)
+{
+    bool ok = false;
+    qint64 const value = text.toLongLong(&ok, 10);
+    if (!ok || value < std::numeric_limits<qint32>::min() || value > std::numeric_limits<qint32>::max()) {
+        cycles = 0;
+        return true;
+    }
+    if (quint32(qint32(value)) > 99999u)
+        return false;
+    cycles = int(value);
+    return true;
+}
+
+} // namespace
+
+bool KVR9000Window::saveListDataToCsv(QString const& file,
+                                      zelt::specific::pxn3000s::programmer::Option const& option,
+                                      QList<zelt::specific::pxn3000s::programmer::ListData> const& datas,
+                                      UploadParam const& param)
+{
+    QList<QString> lines;
+    lines << QStringLiteral("start,%1").arg(0) << QStringLiteral("count,%1").arg(datas.size())
+          << QStringLiteral("cycles,%1").arg(param.cycles)
+          << QStringLiteral("lastState,%1").arg(param.endState == QLatin1String("ON") ? 1 : 0)
+          << QStringLiteral("%1,%2,%3,%4")
+                 .arg(QStringLiteral("No"), QStringLiteral("Vol(V)"), QStringLiteral("Amp(A)"),
+                      QStringLiteral("keppT(s)"));
+    for (int i = 0; i < datas.size(); ++i) {
+        auto const& row = datas.at(i);
+        lines << QStringLiteral("%1,%2,%3,%4")
+                     .arg(i)
+                     .arg(row.voltage, 0, 'f', option.voltageDecimals)
+                     .arg(row.current, 0, 'f', option.currentDecimals)
+                     .arg(row.time, 0, 'f', option.timeDecimals);
+    }
+    return zelt::util::character::Character::csvSave(file, lines);
+}
+
+QList<zelt::specific::pxn3000s::programmer::ListData>
+KVR9000Window::loadlistDataFromCsv(QString const& file, zelt::specific::pxn3000s::programmer::Option const& option,
+                                   UploadParam& param)
+{
+    using zelt::specific::pxn3000s::programmer::ListData;
+    QList<QString> const lines = zelt::util::character::Character::csvLoad(file);
+    // A file shorter than its header is refused like a wrong one.
+    if (lines.size() < 4 || csvHeader(lines, 0, QLatin1String("start")).isEmpty()
+        || csvHeader(lines, 1, QLatin1String("count")).isEmpty())
+        return {};
+    QStringList const cyclesLine = csvHeader(lines, 2, QLatin1String("cycles"));
+    int cycles = 0;
+    if (cyclesLine.isEmpty() || !csvCycles(cyclesLine.at(1), cycles))
+        return {};
+    QStringList const stateLine = csvHeader(lines, 3, QLatin1String("lastState"));
+    if (stateLine.isEmpty())
+        return {};
+    QString endState;
+    if (stateLine.at(1) == QLatin1String("0"))
+        endState = QStringLiteral("OFF");
+    else if (stateLine.at(1) == QLatin1String("1"))
+        endState = QStringLiteral("ON");
+    else
+        return {};
+
+    QList<ListData> rows;
+    int const count = std::min(int(lines.size()) - 5, int(option.maxGroups));
+    for (int i = 0; i < count; ++i) {
+        QStringList const parts = lines.at(5 + i).split(QLatin1Char(','), Qt::KeepEmptyParts);
+        if (parts.size() > 3)
+            rows.append(ListData(parts.at(1).toDouble(), parts.at(2).toDouble(), parts.at(3).toDouble()));
+    }
+    param.cycles = cycles;
+    param.endState = endState;
+    return rows;
+}
+
+bool KVR9000Window::saveDelayerData(QString const& file, zelt::specific::pxn3000s::programmer::Option const& option,
+                                    QList<zelt::specific::pxn3000s::programmer::DelayerData> const& datas,
+                                    UploadParam const& param)
+{
+    int lastState = 0;
+    if (param.endState == QLatin1String("ON"))
+        lastState = 1;
+    else if (param.endState == QLatin1String("LAST"))
+        lastState = 2;
+    QList<QString> lines;
+    // The stop rule is not kept: both of its lines hold 0.
+    lines << QStringLiteral("start,%1").arg(0) << QStringLiteral("count,%1").arg(datas.size())
+          << QStringLiteral("cycles,%1").arg(param.cycles) << QStringLiteral("lastState,%1").arg(lastState)
+          << QStringLiteral("stopCondi,%1").arg(0) << QStringLiteral("stopValue,%1").arg(0)
+          << QStringLiteral("%1,%2,%3").arg(QStringLiteral("No"), QStringLiteral("State"), QStringLiteral("delayT(s)"));
+    for (int i = 0; i < datas.size(); ++i) {
+        auto const& row = datas.at(i);
+        lines << QStringLiteral("%1,%2,%3")
+                     .arg(i)
+                     .arg(row.state ? QStringLiteral("1") : QStringLiteral("0"))
+                     .arg(row.time, 0, 'f', option.timeDecimals);
+    }
+    return zelt::util::character::Character::csvSave(file, lines);
+}
+
+QList<zelt::specific::pxn3000s::programmer::DelayerData>
+KVR9000Window::loadDelayerDataFromCsv(QString const& file,
+                                      zelt::specific::pxn3000s::programmer::Option const& option, UploadParam& param)
+{
+    using zelt::specific::pxn3000s::programmer::DelayerData;
+    using zelt::util::character::Character;
+    QList<QString> const lines = Character::csvLoad(file);
+    if (lines.size() < 6 || csvHeader(lines, 0, QLatin1String("start")).isEmpty()
+        || csvHeader(lines, 1, QLatin1String("count")).isEmpty())
+        return {};
+    QStringList const cyclesLine = csvHeader(lines, 2, QLatin1String("cycles"));
+    int cycles = 0;
+    if (cyclesLine.isEmpty() || !csvCycles(cyclesLine.at(1), cycles))
+        return {};
+    QStringList const stateLine = csvHeader(lines, 3, QLatin1String("lastState"));
+    if (stateLine.isEmpty())
+        return {};
+    static QStringList const kEndStates
+        = {QStringLiteral("OFF"), QStringLiteral("ON"), QStringLiteral("LAST")};
+    static QStringList const kStateTexts = {QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("2")};
+    qsizetype const state = kStateTexts.indexOf(stateLine.at(1));
+    if (state < 0)
+        return {};
+    if (csvHeader(lines, 4, QLatin1String("stopCondi")).isEmpty()
+        || csvHeader(lines, 5, QLatin1String("stopValue")).isEmpty())
+        return {};
+
+    QList<DelayerData> rows;
+    int const count = std::min(int(lines.size()) - 7, int(option.maxGroups));
+    for (int i = 0; i < count; ++i) {
+        QStringList const parts = lines.at(7 + i).split(QLatin1Char(','), Qt::KeepEmptyParts);
+        if (parts.size() > 2)
+            rows.append(DelayerData(Character::strToBool(parts.at(1)), parts.at(2).toDouble()));
+    }
+    param.cycles = cycles;
+    param.endState = kEndStates.at(state);
+    return rows;
 }
 
 void KVR9000Window::on_cbbSRMode_currentIndexChanged(int)
@@ -777,16 +1307,20 @@ bool KVR9000Window::isChannelChanged() const
 
 int KVR9000Window::recordedRowCount(int channel) const
 {
-    // The rows of the render of this channel: the row count of its table model.
-    Q_UNUSED(channel);
-    return 0;
+    DataRenderHouse const* render = m_dataRenders.value(channel);
+    return render ? render->modelHouse->model->rowCount(QModelIndex()) : 0;
 }
 
 void KVR9000Window::updateDataToRender(QSharedPointer<DmmData> const& data)
 {
-    // The record's table and chart of each render take the sample here, and the chart of
-    // the active channel is replotted.
-    Q_UNUSED(data);
+    int const active = data->activeChannel()->index;
+    for (int i = 0; i < m_dataRenders.size(); ++i) {
+        DataRenderHouse* render = m_dataRenders.at(i);
+        render->addData(data, i);
+        ui->tv1->scrollToBottom();
+        if (i == active)
+            render->plotHouse->replot();
+    }
 }
 
 void KVR9000Window::updateDataToDisplay(QSharedPointer<DmmData> data)
@@ -832,7 +1366,7 @@ void KVR9000Window::updateDataToDisplay(QSharedPointer<DmmData> data)
         return;
 
     // Hidden readouts are written too: all three show the group of the mode.
-    auto show = [](ValueWidget* readout, zelt::measure::QValueBox const& box) {
+    auto show = [](lcd::ValueWidget* readout, zelt::measure::QValueBox const& box) {
         readout->setValue(box.kind == 0 ? dmmhelper::VBText(box) : QStringLiteral("-"));
     };
     show(m_groupVoltage, parallel ? ch.parallelVoltage.measured : ch.seriesVoltage.measured);

@@ -3,11 +3,15 @@
 // sample to the live panel and the control widgets, and turns the user's edits into commands.
 
 #include "dmmdata.h"
+#include "specific/option.h"
+#include "specific/programmerdata.h"
+#include "specific/uploadparam.h"
 #include "util/range.h"
 #include "widget/equipmentwindow.h"
 
 #include <QList>
 #include <QModelIndex>
+#include <QPointer>
 #include <QSharedPointer>
 
 class ChannelWidget;
@@ -16,7 +20,9 @@ class DialogProgrammer;
 struct DPData;
 class MyDMM;
 class QCPGraph;
+class QCustomPlot;
 class QuickSettingDataModel;
+struct PlotGraph;
 class Ui_KVR9000Window;
 
 namespace zelt::util {
@@ -46,6 +52,22 @@ public:
     static bool parseRange(QString const& model, zelt::util::numeric::Range& voltage,
                            zelt::util::numeric::Range& current, zelt::util::numeric::Range& power);
     static double getMinVoltage(QString const& model);
+
+    // The programmer's list and delayer files, as Save and Load keep them: a "start,0"
+    // header, then one row a line. A reader gives no rows for a file that it refuses, and
+    // sets the cycles and end state of param only when it accepts the file.
+    static bool saveListDataToCsv(QString const& file, zelt::specific::pxn3000s::programmer::Option const& option,
+                                  QList<zelt::specific::pxn3000s::programmer::ListData> const& datas,
+                                  UploadParam const& param);
+    static QList<zelt::specific::pxn3000s::programmer::ListData>
+    loadlistDataFromCsv(QString const& file, zelt::specific::pxn3000s::programmer::Option const& option,
+                        UploadParam& param);
+    static bool saveDelayerData(QString const& file, zelt::specific::pxn3000s::programmer::Option const& option,
+                                QList<zelt::specific::pxn3000s::programmer::DelayerData> const& datas,
+                                UploadParam const& param);
+    static QList<zelt::specific::pxn3000s::programmer::DelayerData>
+    loadDelayerDataFromCsv(QString const& file, zelt::specific::pxn3000s::programmer::Option const& option,
+                           UploadParam& param);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -89,6 +111,15 @@ private:
     void initTableView();
     void init_other_widget();
     void initDataRender();
+    QCustomPlot* createPlot(QString const& title, QList<PlotGraph> const& graphs);
+    void changeRenderWidget(DataRenderHouse const& render);
+    // The render of the sample's active channel; null for no sample.
+    DataRenderHouse* getActiveDataRender(QSharedPointer<DmmData> const& data) const;
+    DataRenderHouse* getDataRenderHouse(QCustomPlot const* plot, QList<DataRenderHouse*> const& datas) const;
+    void clearDataRender(DataRenderHouse& render);
+    void clearAllDataRender();
+    // A channel panel that a form placed under the name "lcdCh<index>", or null.
+    ChannelWidget* getChannelWidget(int index) const;
     void loadSetting();
     void saveSetting();
     QList<QSharedPointer<DPData>> arrayToDpDatas(QByteArray& array) const;
@@ -136,7 +167,9 @@ private:
     QList<QSharedPointer<DPData>> m_quickSettings;
     QList<DataRenderHouse*> m_dataRenders;
     QuickSettingDataModel* m_quickSettingModel = nullptr;
-    DialogProgrammer* m_dialogProgrammer = nullptr;
+    // Guarded: a reply of the driver may still come after the dialog has gone.
+    QPointer<DialogProgrammer> m_dialogProgrammer;
+    UploadParam m_uploadParam;
     bool m_paused = false;
     bool m_initialised = false;
     bool m_sampleDue = false;

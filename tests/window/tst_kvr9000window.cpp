@@ -317,6 +317,8 @@ void TestKvr9000Window::powerModeOnPanel()
     QFETCH(QList<bool>, groups);
     QFETCH(QList<bool>, enabled);
     QString const mode = QString::fromLatin1(QTest::currentDataTag());
+    // With a slew rate the panel has its most rows.
+    m_server.instrument().setOutputMode(QStringLiteral("ISR"));
     QVERIFY(openRunning());
     m_server.clearLog();
     QCOMPARE(m_server.instrument().setPowerId(id), 0);
@@ -345,6 +347,26 @@ void TestKvr9000Window::powerModeOnPanel()
     }
     QVERIFY(waitForSamples(2));
     QCOMPARE(settingLines(m_server), QStringList());
+
+    // In the space that the host's 1280 x 800 window leaves a maximized instrument window,
+    // no control is squeezed below its size hint.
+    QWidget* content = m_window->widget();
+    m_window->resize(1280, 754 + m_window->height() - content->height());
+    QVERIFY(waitUntil([&] { return content->height() == 754; }));
+    QVERIFY(waitForSamples(1));
+    QStringList squeezed;
+    for (QWidget* control : child<QWidget>("widgetCH1")->findChildren<QWidget*>()) {
+        bool const isControl = qobject_cast<QAbstractSpinBox*>(control) || qobject_cast<QComboBox*>(control)
+            || qobject_cast<QAbstractButton*>(control);
+        QSize const hint = control->sizeHint();
+        if (isControl && control->isVisible()
+            && (control->height() < hint.height() || control->width() < hint.width()))
+            squeezed << QStringLiteral("%1 %2x%3")
+                            .arg(control->objectName())
+                            .arg(control->width())
+                            .arg(control->height());
+    }
+    QCOMPARE(squeezed.join(QStringLiteral(", ")), QString());
 }
 
 void TestKvr9000Window::spinRangesOfModel_data()
