@@ -1,5 +1,6 @@
 #include "measure/io/visa/tcpsocketio.h"
 
+#include <QCoreApplication>
 #include <QTcpSocket>
 #include <QTimer>
 
@@ -69,8 +70,10 @@ void TcpSocketIO::dropSocket(bool flush)
     m_socket = nullptr;
     socket->disconnect(this);
     if (flush && socket->state() == QAbstractSocket::ConnectedState) {
-        // Let what was written leave before the socket goes, even when this object goes first.
-        socket->setParent(nullptr);
+        // Let what was written leave before the socket goes, even when this object
+        // goes first; the application takes it should the process end sooner.
+        QObject* const keeper = QCoreApplication::instance();
+        socket->setParent(keeper && keeper->thread() == socket->thread() ? keeper : nullptr);
         connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
         connect(socket, &QTcpSocket::errorOccurred, socket, &QObject::deleteLater);
         socket->disconnectFromHost();
