@@ -22,4 +22,8 @@ void registerMetaTypes()
     qRegisterMetaType<UploadParam>("UploadParam");
 }
 
+// QSettings parses and rewrites whole files; a stored template list whose type is not yet
+// known when that happens is lost. So the types are there as soon as the library is.
+Q_CONSTRUCTOR_FUNCTION(registerMetaTypes)
+
 } // namespace zelt::specific::pxn3000s::programmer

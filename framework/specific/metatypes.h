@@ -5,7 +5,7 @@
 
 namespace zelt::specific::pxn3000s::programmer {
 
-// Idempotent. Registers the template lists as
+// Runs when the library loads; idempotent. Registers the template lists as
 // "QVector<programmer::ListTemplateParam>" and
 // "QVector<programmer::DelayerTemplateParam>" with their stream operators, the
 // conversions to sequential iterables and their mutable views; and

@@ -48,7 +48,8 @@ class TestProgrammerRecords : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { registerMetaTypes(); }
+    // No registerMetaTypes() here: the library registers its types as it loads, so that
+    // stored settings can be read before any programmer opens.
 
     void defaults()
     {
