@@ -31,7 +31,7 @@ constexpr ViStatus kErrorIo = ViStatus(0xBFFF003E);
 constexpr std::uint32_t kAttrTimeout = 0x3FFF001A;
 constexpr ViSession kManager = 1;
 
-struct Session
+struct Link
 {
     int fd = -1;
     int timeoutMs = 2000;
@@ -39,7 +39,7 @@ struct Session
 };
 
 std::mutex g_mutex;
-std::map<ViSession, Session> g_sessions;
+std::map<ViSession, Link> g_links;
 ViSession g_next = 100;
 
 std::string aliasTarget(std::string const& name)
@@ -95,26 +95,26 @@ ViStatus viOpen(ViSession rm, char const* name, std::uint32_t, std::uint32_t, Vi
     ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
     std::lock_guard lock(g_mutex);
     *vi = g_next++;
-    g_sessions[*vi].fd = fd;
+    g_links[*vi].fd = fd;
     return kSuccess;
 }
 
 ViStatus viClose(ViSession vi)
 {
     std::lock_guard lock(g_mutex);
-    auto const found = g_sessions.find(vi);
-    if (found == g_sessions.end())
+    auto const found = g_links.find(vi);
+    if (found == g_links.end())
         return vi == kManager ? kSuccess : kErrorInvalidObject;
     ::close(found->second.fd);
-    g_sessions.erase(found);
+    g_links.erase(found);
     return kSuccess;
 }
 
 ViStatus viSetAttribute(ViSession vi, std::uint32_t attribute, std::uint64_t value)
 {
     std::lock_guard lock(g_mutex);
-    auto const found = g_sessions.find(vi);
-    if (found == g_sessions.end())
+    auto const found = g_links.find(vi);
+    if (found == g_links.end())
         return kErrorInvalidObject;
     if (attribute == kAttrTimeout)
         found->second.timeoutMs = int(value);
@@ -126,8 +126,8 @@ ViStatus viWrite(ViSession vi, unsigned char const* buffer, std::uint32_t count,
     int fd = -1;
     {
         std::lock_guard lock(g_mutex);
-        auto const found = g_sessions.find(vi);
-        if (found == g_sessions.end())
+        auto const found = g_links.find(vi);
+        if (found == g_links.end())
             return kErrorInvalidObject;
         fd = found->second.fd;
     }
@@ -144,28 +144,28 @@ ViStatus viWrite(ViSession vi, unsigned char const* buffer, std::uint32_t count,
 ViStatus viRead(ViSession vi, unsigned char* buffer, std::uint32_t count, std::uint32_t* read)
 {
     std::unique_lock lock(g_mutex);
-    auto const found = g_sessions.find(vi);
-    if (found == g_sessions.end())
+    auto const found = g_links.find(vi);
+    if (found == g_links.end())
         return kErrorInvalidObject;
-    Session& session = found->second;
+    Link& link = found->second;
     lock.unlock();
     for (;;) {
-        std::size_t const end = session.pending.find('\n');
-        if (end != std::string::npos || session.pending.size() >= count) {
+        std::size_t const end = link.pending.find('\n');
+        if (end != std::string::npos || link.pending.size() >= count) {
             std::size_t const n = std::min<std::size_t>(end == std::string::npos ? count : end + 1, count);
-            std::memcpy(buffer, session.pending.data(), n);
-            session.pending.erase(0, n);
+            std::memcpy(buffer, link.pending.data(), n);
+            link.pending.erase(0, n);
             *read = std::uint32_t(n);
             return end != std::string::npos && n == end + 1 ? kSuccessTermChar : kSuccessMaxCount;
         }
-        pollfd p {session.fd, POLLIN, 0};
-        if (::poll(&p, 1, session.timeoutMs) == 0)
+        pollfd p {link.fd, POLLIN, 0};
+        if (::poll(&p, 1, link.timeoutMs) == 0)
             return kErrorTimeout;
         char chunk[4096];
-        ssize_t const n = ::recv(session.fd, chunk, sizeof chunk, 0);
+        ssize_t const n = ::recv(link.fd, chunk, sizeof chunk, 0);
         if (n <= 0)
             return kErrorIo;
-        session.pending.append(chunk, std::size_t(n));
+        link.pending.append(chunk, std::size_t(n));
     }
 }
 #endif

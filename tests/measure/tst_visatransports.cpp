@@ -6,7 +6,7 @@
 #include "vxi11testserver.h"
 
 #include "kvrinstrument.h"
-#include "measure/io/visa/usbtmcsession.h"
+#include "measure/io/visa/usbtmclink.h"
 #include "measure/io/visa/visaio.h"
 #include "measure/io/visa/visalibrary.h"
 #include "measure/io/visa/visaresource.h"
@@ -27,7 +27,7 @@
 #include <memory>
 
 using zelt::measure::MeasureInst;
-using zelt::measure::io::visa::UsbTmcSession;
+using zelt::measure::io::visa::UsbTmcLink;
 using zelt::measure::io::visa::VisaIO;
 using zelt::measure::io::visa::VisaLibrary;
 using zelt::measure::io::visa::VisaResource;
@@ -376,7 +376,7 @@ void TestVisaTransports::usbTmcLocate()
     QFETCH(QString, node);
     QString error;
     QString const found
-        = UsbTmcSession::locate(VisaResource::parse(resource), m_sysfs.path(), QStringLiteral("/dev"), error);
+        = UsbTmcLink::locate(VisaResource::parse(resource), m_sysfs.path(), QStringLiteral("/dev"), error);
     QCOMPARE(found, node.isEmpty() ? QString() : QStringLiteral("/dev/") + node);
     QCOMPARE(error.isEmpty(), !node.isEmpty());
 }
@@ -384,7 +384,7 @@ void TestVisaTransports::usbTmcLocate()
 void TestVisaTransports::usbTmcDevicesAreListed()
 {
     QStringList listed;
-    for (UsbTmcSession::Device const& device : UsbTmcSession::devices(m_sysfs.path())) {
+    for (UsbTmcLink::Device const& device : UsbTmcLink::devices(m_sysfs.path())) {
         listed << QStringLiteral("%1 %2:%3 %4 %5")
                       .arg(device.node)
                       .arg(device.vendorId, 4, 16, QChar(u'0'))
@@ -399,7 +399,7 @@ void TestVisaTransports::usbTmcOpenErrors_data()
 {
     QTest::addColumn<int>("error");
     QTest::addColumn<QString>("cause");
-    QTest::newRow("permission") << EACCES << UsbTmcSession::udevRule();
+    QTest::newRow("permission") << EACCES << UsbTmcLink::udevRule();
     QTest::newRow("no node") << ENOENT << QStringLiteral("does not exist");
     QTest::newRow("busy") << EBUSY << QStringLiteral("busy");
     QTest::newRow("unplugged") << ENODEV << QStringLiteral("has gone");
@@ -409,7 +409,7 @@ void TestVisaTransports::usbTmcOpenErrors()
 {
     QFETCH(int, error);
     QFETCH(QString, cause);
-    QString const message = UsbTmcSession::openError(QStringLiteral("/dev/usbtmc3"), error);
+    QString const message = UsbTmcLink::openError(QStringLiteral("/dev/usbtmc3"), error);
     QVERIFY2(message.contains(QStringLiteral("/dev/usbtmc3")) && message.contains(cause),
              qPrintable(message));
 }

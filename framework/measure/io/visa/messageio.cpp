@@ -1,6 +1,6 @@
 #include "measure/io/visa/messageio.h"
 
-#include "measure/io/visa/messagesession.h"
+#include "measure/io/visa/messagelink.h"
 
 #include <QCoreApplication>
 #include <QThread>
@@ -10,25 +10,25 @@
 
 namespace zelt::measure::io::visa {
 
-// Lives on the worker thread; every slot runs one blocking call of the session.
+// Lives on the worker thread; every slot runs one blocking call of the link.
 class MessageWorker : public QObject
 {
     Q_OBJECT
 public:
-    MessageWorker(std::unique_ptr<MessageSession> session, int timeoutMs)
-        : m_session(std::move(session))
+    MessageWorker(std::unique_ptr<MessageLink> link, int timeoutMs)
+        : m_link(std::move(link))
         , m_timeout(timeoutMs)
     {
         m_answer.reserve(4096);
     }
-    ~MessageWorker() override { m_session->close(); }
+    ~MessageWorker() override { m_link->close(); }
 
     void open()
     {
         QString error;
-        if (m_session->open(m_timeout, error)) {
+        if (m_link->open(m_timeout, error)) {
             m_open = true;
-            emit opened(m_session->canClear());
+            emit opened(m_link->canClear());
         } else {
             emit failed(error, false);
         }
@@ -44,25 +44,25 @@ public:
             lose(error);
             return;
         }
-        if (!m_session->write(data, m_timeout, error)) {
+        if (!m_link->write(data, m_timeout, error)) {
             lose(error);
             return;
         }
         if (!query)
             return;
         m_answer.clear();
-        switch (m_session->read(m_answer, m_timeout, error)) {
-        case MessageSession::ReadResult::Data:
+        switch (m_link->read(m_answer, m_timeout, error)) {
+        case MessageLink::ReadResult::Data:
             if (!m_answer.endsWith('\n'))
                 m_answer.append('\n');
             emit received(m_answer);
             break;
-        case MessageSession::ReadResult::Timeout:
+        case MessageLink::ReadResult::Timeout:
             // The queue's own time-out deals with the word; the answer may still
             // come, and must not be read as the next query's.
             m_behind = true;
             break;
-        case MessageSession::ReadResult::Failed:
+        case MessageLink::ReadResult::Failed:
             lose(error);
             break;
         }
@@ -71,15 +71,15 @@ public:
     void clear()
     {
         QString error;
-        if (m_open && !m_session->clear(m_timeout, error))
+        if (m_open && !m_link->clear(m_timeout, error))
             lose(error);
     }
 
-    // Closes the session and ends the thread; the worker goes with it.
+    // Closes the link and ends the thread; the worker goes with it.
     void finish()
     {
         m_open = false;
-        m_session->close();
+        m_link->close();
         QThread::currentThread()->quit();
     }
 
@@ -103,16 +103,16 @@ private:
     bool catchUp(QString& error)
     {
         m_behind = false;
-        if (m_session->canClear())
-            return m_session->clear(m_timeout, error);
+        if (m_link->canClear())
+            return m_link->clear(m_timeout, error);
         for (int i = 0; i < kMaxStale; ++i) {
             m_answer.clear();
-            switch (m_session->read(m_answer, kStaleWaitMs, error)) {
-            case MessageSession::ReadResult::Data:
+            switch (m_link->read(m_answer, kStaleWaitMs, error)) {
+            case MessageLink::ReadResult::Data:
                 continue;
-            case MessageSession::ReadResult::Timeout:
+            case MessageLink::ReadResult::Timeout:
                 return true;
-            case MessageSession::ReadResult::Failed:
+            case MessageLink::ReadResult::Failed:
                 return false;
             }
         }
@@ -125,11 +125,11 @@ private:
     void lose(QString const& cause)
     {
         m_open = false;
-        m_session->close();
+        m_link->close();
         emit failed(cause, true);
     }
 
-    std::unique_ptr<MessageSession> m_session;
+    std::unique_ptr<MessageLink> m_link;
     int m_timeout;
     QByteArray m_answer;
     bool m_open = false;
@@ -139,15 +139,15 @@ private:
 
 namespace {
 
-// Long enough for an idle worker to close its session, short enough not to be felt.
+// Long enough for an idle worker to close its link, short enough not to be felt.
 constexpr unsigned long kJoinMs = 20;
 
 } // namespace
 
-MessageIO::MessageIO(QString resource, SessionFactory makeSession, int timeoutMs, QObject* parent)
+MessageIO::MessageIO(QString resource, LinkFactory makeLink, int timeoutMs, QObject* parent)
     : AbstractIO(parent)
     , m_resource(std::move(resource))
-    , m_makeSession(std::move(makeSession))
+    , m_makeLink(std::move(makeLink))
     , m_timeout(timeoutMs)
     , m_connectTimer(new QTimer(this))
 {
@@ -172,7 +172,7 @@ bool MessageIO::open()
     setErrorString({});
     m_thread = new QThread;
     m_thread->setObjectName(QStringLiteral("VISA I/O"));
-    m_worker = new MessageWorker(m_makeSession(), m_timeout);
+    m_worker = new MessageWorker(m_makeLink(), m_timeout);
     m_worker->moveToThread(m_thread);
     // The worker goes when its thread ends, on that thread.
     connect(m_thread, &QThread::finished, m_worker, &QObject::deleteLater);

@@ -1,5 +1,5 @@
 #pragma once
-// A channel over a MessageSession, whose blocking calls run on a worker thread
+// A channel over a MessageLink, whose blocking calls run on a worker thread
 // that this object owns: bytes and errors come back through queued signals, so
 // its user sees a byte stream on its own thread, as from a socket. A line with
 // a '?' in its header is a query and is followed by a read of its answer, which
@@ -17,18 +17,18 @@ class QTimer;
 
 namespace zelt::measure::io::visa {
 
-class MessageSession;
+class MessageLink;
 class MessageWorker;
 
 class MessageIO : public AbstractIO
 {
     Q_OBJECT
 public:
-    using SessionFactory = std::function<std::unique_ptr<MessageSession>()>;
+    using LinkFactory = std::function<std::unique_ptr<MessageLink>()>;
 
-    // makeSession gives a fresh session for each open(). resource names the channel in messages.
-    MessageIO(QString resource, SessionFactory makeSession, int timeoutMs, QObject* parent = nullptr);
-    // Waits a few milliseconds for the worker to close the session; a worker
+    // makeLink gives a fresh link for each open(). resource names the channel in messages.
+    MessageIO(QString resource, LinkFactory makeLink, int timeoutMs, QObject* parent = nullptr);
+    // Waits a few milliseconds for the worker to close the link; a worker
     // still inside a call is left to finish and clean up on its own.
     ~MessageIO() override;
 
@@ -48,7 +48,7 @@ private:
     void onConnectTimeout();
 
     QString m_resource;
-    SessionFactory m_makeSession;
+    LinkFactory m_makeLink;
     int m_timeout;
     QTimer* m_connectTimer;
     QThread* m_thread = nullptr;

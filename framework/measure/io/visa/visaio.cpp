@@ -3,10 +3,10 @@
 #include "measure/io/visa/messageio.h"
 #include "measure/io/visa/serialio.h"
 #include "measure/io/visa/tcpsocketio.h"
-#include "measure/io/visa/usbtmcsession.h"
+#include "measure/io/visa/usbtmclink.h"
 #include "measure/io/visa/visalibrary.h"
-#include "measure/io/visa/visalibrarysession.h"
-#include "measure/io/visa/vxi11session.h"
+#include "measure/io/visa/visalibrarylink.h"
+#include "measure/io/visa/vxi11link.h"
 
 #include <QSerialPortInfo>
 
@@ -30,7 +30,7 @@ QStringList VisaIO::findResources()
     QStringList found;
     for (QSerialPortInfo const& port : QSerialPortInfo::availablePorts())
         found << QStringLiteral("ASRL%1::INSTR").arg(port.systemLocation());
-    for (UsbTmcSession::Device const& device : UsbTmcSession::devices(QStringLiteral("/sys"))) {
+    for (UsbTmcLink::Device const& device : UsbTmcLink::devices(QStringLiteral("/sys"))) {
         VisaResource usb;
         usb.kind = VisaResource::Kind::Usb;
         usb.vendorId = device.vendorId;
@@ -115,14 +115,13 @@ AbstractIO* VisaIO::makeTransport(QString& error)
         QString const host = m_resource.host;
         QString const device = m_resource.lanDevice;
         return new MessageIO(
-            m_resourceText, [host, device] { return std::make_unique<Vxi11Session>(host, device); },
-            m_timeout, this);
+            m_resourceText, [host, device] { return std::make_unique<Vxi11Link>(host, device); }, m_timeout,
+            this);
     }
     case VisaResource::Kind::Usb: {
         VisaResource const resource = m_resource;
         return new MessageIO(
-            m_resourceText, [resource] { return std::make_unique<UsbTmcSession>(resource); }, m_timeout,
-            this);
+            m_resourceText, [resource] { return std::make_unique<UsbTmcLink>(resource); }, m_timeout, this);
     }
     case VisaResource::Kind::Gpib:
     case VisaResource::Kind::Invalid:
@@ -134,7 +133,7 @@ AbstractIO* VisaIO::makeTransport(QString& error)
         QString const resource = m_resourceText;
         return new MessageIO(
             m_resourceText,
-            [installed, resource] { return std::make_unique<VisaLibrarySession>(installed, resource); },
+            [installed, resource] { return std::make_unique<VisaLibraryLink>(installed, resource); },
             m_timeout, this);
     }
     if (!m_resource.isValid())
@@ -155,9 +154,8 @@ AbstractIO* VisaIO::makeLibraryTransport(QString const& path, QString& error)
     }
     QString const resource = m_resourceText;
     return new MessageIO(
-        m_resourceText,
-        [library, resource] { return std::make_unique<VisaLibrarySession>(library, resource); }, m_timeout,
-        this);
+        m_resourceText, [library, resource] { return std::make_unique<VisaLibraryLink>(library, resource); },
+        m_timeout, this);
 }
 
 void VisaIO::close()

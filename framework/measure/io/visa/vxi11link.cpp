@@ -1,4 +1,4 @@
-#include "measure/io/visa/vxi11session.h"
+#include "measure/io/visa/vxi11link.h"
 
 #include <QCoreApplication>
 
@@ -15,18 +15,18 @@ constexpr int kAnswerLimit = 64 * 1024;
 
 } // namespace
 
-Vxi11Session::Vxi11Session(QString host, QString lanDevice)
+Vxi11Link::Vxi11Link(QString host, QString lanDevice)
     : m_host(host.toUtf8())
     , m_lanDevice(lanDevice.toUtf8())
 {
 }
 
-Vxi11Session::~Vxi11Session()
+Vxi11Link::~Vxi11Link()
 {
     close();
 }
 
-bool Vxi11Session::open(int timeoutMs, QString& error)
+bool Vxi11Link::open(int timeoutMs, QString& error)
 {
     static std::once_flag initialised;
     std::call_once(initialised, [] { lxi_init(); });
@@ -38,7 +38,7 @@ bool Vxi11Session::open(int timeoutMs, QString& error)
     if (m_device < 0) {
         m_device = -1;
         // liblxi tells no cause: name where the link could fail.
-        error = QCoreApplication::translate("zelt::measure::io::visa::Vxi11Session",
+        error = QCoreApplication::translate("zelt::measure::io::visa::Vxi11Link",
                                             "no VXI-11 link to device \"%1\" (the instrument's portmapper "
                                             "on port 111 or its core channel refused or did not answer)")
                     .arg(QString::fromUtf8(m_lanDevice));
@@ -48,17 +48,17 @@ bool Vxi11Session::open(int timeoutMs, QString& error)
     return true;
 }
 
-bool Vxi11Session::write(QByteArray const& data, int timeoutMs, QString& error)
+bool Vxi11Link::write(QByteArray const& data, int timeoutMs, QString& error)
 {
     if (lxi_send(m_device, data.constData(), int(data.size()), timeoutMs) < 0) {
-        error = QCoreApplication::translate("zelt::measure::io::visa::Vxi11Session",
+        error = QCoreApplication::translate("zelt::measure::io::visa::Vxi11Link",
                                             "the instrument did not take a command (device_write failed)");
         return false;
     }
     return true;
 }
 
-MessageSession::ReadResult Vxi11Session::read(QByteArray& data, int timeoutMs, QString& /*error*/)
+MessageLink::ReadResult Vxi11Link::read(QByteArray& data, int timeoutMs, QString& /*error*/)
 {
     int const received = lxi_receive(m_device, m_buffer.data(), int(m_buffer.size()), timeoutMs);
     // liblxi reports a time-out and a broken link alike; a broken link shows at the next write.
@@ -68,7 +68,7 @@ MessageSession::ReadResult Vxi11Session::read(QByteArray& data, int timeoutMs, Q
     return ReadResult::Data;
 }
 
-void Vxi11Session::close()
+void Vxi11Link::close()
 {
     if (m_device >= 0)
         lxi_disconnect(std::exchange(m_device, -1));

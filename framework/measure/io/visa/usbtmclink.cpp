@@ -1,4 +1,4 @@
-#include "measure/io/visa/usbtmcsession.h"
+#include "measure/io/visa/usbtmclink.h"
 
 #include "measure/io/visa/visaresource.h"
 
@@ -23,7 +23,7 @@ constexpr int kAnswerLimit = 64 * 1024;
 
 QString tr(char const* text)
 {
-    return QCoreApplication::translate("zelt::measure::io::visa::UsbTmcSession", text);
+    return QCoreApplication::translate("zelt::measure::io::visa::UsbTmcLink", text);
 }
 
 QString readLine(QString const& path)
@@ -41,12 +41,12 @@ QString hex4(quint16 id)
 
 } // namespace
 
-QString UsbTmcSession::udevRule()
+QString UsbTmcLink::udevRule()
 {
     return QStringLiteral("SUBSYSTEM==\"usbmisc\", KERNEL==\"usbtmc*\", MODE=\"0666\"");
 }
 
-QList<UsbTmcSession::Device> UsbTmcSession::devices(QString const& sysfsRoot)
+QList<UsbTmcLink::Device> UsbTmcLink::devices(QString const& sysfsRoot)
 {
     QList<Device> found;
     QDir const classDir(sysfsRoot + QStringLiteral("/class/usbmisc"));
@@ -75,8 +75,8 @@ QList<UsbTmcSession::Device> UsbTmcSession::devices(QString const& sysfsRoot)
     return found;
 }
 
-QString UsbTmcSession::locate(VisaResource const& resource, QString const& sysfsRoot, QString const& devRoot,
-                              QString& error)
+QString UsbTmcLink::locate(VisaResource const& resource, QString const& sysfsRoot, QString const& devRoot,
+                           QString& error)
 {
     for (Device const& device : devices(sysfsRoot)) {
         if (device.vendorId == resource.vendorId && device.productId == resource.productId
@@ -92,7 +92,7 @@ QString UsbTmcSession::locate(VisaResource const& resource, QString const& sysfs
     return {};
 }
 
-QString UsbTmcSession::openError(QString const& node, int error)
+QString UsbTmcLink::openError(QString const& node, int error)
 {
     switch (error) {
     case EACCES:
@@ -112,7 +112,7 @@ QString UsbTmcSession::openError(QString const& node, int error)
     }
 }
 
-UsbTmcSession::UsbTmcSession(VisaResource const& resource, QString sysfsRoot, QString devRoot)
+UsbTmcLink::UsbTmcLink(VisaResource const& resource, QString sysfsRoot, QString devRoot)
     : m_vendorId(resource.vendorId)
     , m_productId(resource.productId)
     , m_serial(resource.serialNumber)
@@ -122,12 +122,12 @@ UsbTmcSession::UsbTmcSession(VisaResource const& resource, QString sysfsRoot, QS
 {
 }
 
-UsbTmcSession::~UsbTmcSession()
+UsbTmcLink::~UsbTmcLink()
 {
     close();
 }
 
-bool UsbTmcSession::open(int timeoutMs, QString& error)
+bool UsbTmcLink::open(int timeoutMs, QString& error)
 {
     VisaResource resource;
     resource.vendorId = m_vendorId;
@@ -147,7 +147,7 @@ bool UsbTmcSession::open(int timeoutMs, QString& error)
     return true;
 }
 
-bool UsbTmcSession::setTimeout(int timeoutMs)
+bool UsbTmcLink::setTimeout(int timeoutMs)
 {
     if (timeoutMs == m_timeout)
         return true;
@@ -158,7 +158,7 @@ bool UsbTmcSession::setTimeout(int timeoutMs)
     return true;
 }
 
-bool UsbTmcSession::write(QByteArray const& data, int timeoutMs, QString& error)
+bool UsbTmcLink::write(QByteArray const& data, int timeoutMs, QString& error)
 {
     setTimeout(timeoutMs);
     qsizetype done = 0;
@@ -175,7 +175,7 @@ bool UsbTmcSession::write(QByteArray const& data, int timeoutMs, QString& error)
     return true;
 }
 
-MessageSession::ReadResult UsbTmcSession::read(QByteArray& data, int timeoutMs, QString& error)
+MessageLink::ReadResult UsbTmcLink::read(QByteArray& data, int timeoutMs, QString& error)
 {
     setTimeout(timeoutMs);
     ssize_t n;
@@ -192,7 +192,7 @@ MessageSession::ReadResult UsbTmcSession::read(QByteArray& data, int timeoutMs, 
     return ReadResult::Data;
 }
 
-bool UsbTmcSession::clear(int /*timeoutMs*/, QString& error)
+bool UsbTmcLink::clear(int /*timeoutMs*/, QString& error)
 {
     if (::ioctl(m_fd, USBTMC_IOCTL_CLEAR) == 0)
         return true;
@@ -200,7 +200,7 @@ bool UsbTmcSession::clear(int /*timeoutMs*/, QString& error)
     return false;
 }
 
-void UsbTmcSession::close()
+void UsbTmcLink::close()
 {
     if (m_fd >= 0)
         ::close(std::exchange(m_fd, -1));

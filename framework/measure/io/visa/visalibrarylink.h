@@ -2,18 +2,18 @@
 // A resource served by an installed VISA library: any string or alias that the
 // library knows. Its calls block: run it inside a MessageIO.
 
-#include "measure/io/visa/messagesession.h"
+#include "measure/io/visa/messagelink.h"
 #include "measure/io/visa/visalibrary.h"
 
 #include <memory>
 
 namespace zelt::measure::io::visa {
 
-class VisaLibrarySession : public MessageSession
+class VisaLibraryLink : public MessageLink
 {
 public:
-    VisaLibrarySession(std::shared_ptr<VisaLibrary> library, QString resource);
-    ~VisaLibrarySession() override;
+    VisaLibraryLink(std::shared_ptr<VisaLibrary> library, QString resource);
+    ~VisaLibraryLink() override;
 
     bool open(int timeoutMs, QString& error) override;
     bool write(QByteArray const& data, int timeoutMs, QString& error) override;
@@ -28,7 +28,7 @@ private:
 
     std::shared_ptr<VisaLibrary> m_library;
     QByteArray m_resource;
-    VisaLibrary::ViSession m_session = 0;
+    VisaLibrary::ViSession m_vi = 0;
     bool m_open = false;
     int m_timeout = -1;
     QByteArray m_buffer;

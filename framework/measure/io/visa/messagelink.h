@@ -1,19 +1,19 @@
 #pragma once
 // A message-based link to an instrument whose calls block (VXI-11, USB-TMC, a
 // VISA library): one write is one command, one read one answer. MessageIO runs
-// a session on a worker thread; nothing here touches Qt's event loop.
+// a link on a worker thread; nothing here touches Qt's event loop.
 
 #include <QByteArray>
 #include <QString>
 
 namespace zelt::measure::io::visa {
 
-class MessageSession
+class MessageLink
 {
 public:
     enum class ReadResult { Data, Timeout, Failed };
 
-    virtual ~MessageSession();
+    virtual ~MessageLink();
 
     // Each call waits at most about timeoutMs. On failure, error gets the cause as
     // a phrase that follows "Cannot connect to <resource>: " or "... lost: ".

@@ -2,15 +2,15 @@
 // A VXI-11 link ("TCPIP::host[::inst0]::INSTR") through liblxi, whose calls block:
 // run it inside a MessageIO.
 
-#include "measure/io/visa/messagesession.h"
+#include "measure/io/visa/messagelink.h"
 
 namespace zelt::measure::io::visa {
 
-class Vxi11Session : public MessageSession
+class Vxi11Link : public MessageLink
 {
 public:
-    Vxi11Session(QString host, QString lanDevice);
-    ~Vxi11Session() override;
+    Vxi11Link(QString host, QString lanDevice);
+    ~Vxi11Link() override;
 
     bool open(int timeoutMs, QString& error) override;
     bool write(QByteArray const& data, int timeoutMs, QString& error) override;

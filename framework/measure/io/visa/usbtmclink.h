@@ -3,7 +3,7 @@
 // kernel's usbtmc driver: the /dev/usbtmc* node is found by vendor, product and
 // serial number in sysfs. A write is one command, a read one answer.
 
-#include "measure/io/visa/messagesession.h"
+#include "measure/io/visa/messagelink.h"
 
 #include <QList>
 
@@ -11,7 +11,7 @@ namespace zelt::measure::io::visa {
 
 struct VisaResource;
 
-class UsbTmcSession : public MessageSession
+class UsbTmcLink : public MessageLink
 {
 public:
     struct Device
@@ -37,9 +37,9 @@ public:
     // Why node cannot be opened, from the errno of open().
     static QString openError(QString const& node, int error);
 
-    UsbTmcSession(VisaResource const& resource, QString sysfsRoot = QStringLiteral("/sys"),
-                  QString devRoot = QStringLiteral("/dev"));
-    ~UsbTmcSession() override;
+    UsbTmcLink(VisaResource const& resource, QString sysfsRoot = QStringLiteral("/sys"),
+               QString devRoot = QStringLiteral("/dev"));
+    ~UsbTmcLink() override;
 
     bool open(int timeoutMs, QString& error) override;
     bool write(QByteArray const& data, int timeoutMs, QString& error) override;

@@ -1,7 +1,0 @@
-#include "measure/io/visa/messagesession.h"
-
-namespace zelt::measure::io::visa {
-
-MessageSession::~MessageSession() = default;
-
-} // namespace zelt::measure::io::visa
