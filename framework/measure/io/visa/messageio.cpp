@@ -19,7 +19,6 @@ public:
         : m_link(std::move(link))
         , m_timeout(timeoutMs)
     {
-        m_answer.reserve(4096);
     }
     ~MessageWorker() override { m_link->close(); }
 
