@@ -40,6 +40,7 @@ bool SimServer::start(SimOptions const& options)
     m_instrument->setLoad(options.loadOhms);
     m_answerCount = 0;
     m_queryCount = 0;
+    m_lateCount = 0;
     m_malformKind = 0;
 
     m_server = new QTcpServer(this);
@@ -118,6 +119,14 @@ void SimServer::setMalformEvery(int n)
     m_malformKind = 0;
 }
 
+void SimServer::setLateEvery(int n, int msecs, QString const& match)
+{
+    m_options.lateEvery = n;
+    m_options.lateMs = msecs;
+    m_options.lateMatch = match;
+    m_lateCount = 0;
+}
+
 void SimServer::setNoise(double fraction)
 {
     m_options.noise = fraction;
@@ -168,7 +177,13 @@ void SimServer::handleLine(SimConnection* connection, QString const& line)
         if (!drop) {
             if (m_options.malformEvery > 0 && m_queryCount % m_options.malformEvery == 0)
                 answer = malformed(*answer);
-            connection->send(*answer, m_options.latencyMs);
+            int latency = m_options.latencyMs;
+            if (m_options.lateEvery > 0
+                && (m_options.lateMatch.isEmpty()
+                    || line.startsWith(m_options.lateMatch, Qt::CaseInsensitive))
+                && ++m_lateCount % m_options.lateEvery == 0)
+                latency += m_options.lateMs;
+            connection->send(*answer, latency);
         }
     }
     if (m_options.closeAfterLines > 0 && connection->linesReceived() >= m_options.closeAfterLines)

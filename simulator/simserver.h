@@ -60,6 +60,8 @@ public:
     void setLatency(int msecs) { m_options.latencyMs = msecs; }
     void setDropEvery(int n);
     void setMalformEvery(int n);
+    // One answer in n comes msecs late; with match, one in n of the queries that begin with it.
+    void setLateEvery(int n, int msecs, QString const& match = QString());
     void setCloseAfterLines(int n) { m_options.closeAfterLines = n; }
     void setNoise(double fraction);
 
@@ -91,6 +93,7 @@ private:
     int m_logLimit = 100000;
     qint64 m_answerCount = 0;
     qint64 m_queryCount = 0;
+    qint64 m_lateCount = 0;
     int m_malformKind = 0;
 };
 

@@ -12,6 +12,8 @@ namespace {
 constexpr int kWatchdogTick = 10;
 // A peer that never ends a line must not grow the buffer without bound.
 constexpr qsizetype kMaxBuffer = 1 << 20;
+// Mandatory on every SCPI instrument, and answered in a shape no reading has.
+constexpr char kBarrierQuery[] = "*IDN?";
 } // namespace
 
 MeasureInst::MeasureInst(QSharedPointer<io::AbstractIO> io, bool closeIoOnStop, QObject* parent)
@@ -152,11 +154,39 @@ void MeasureInst::decodeFrame(QByteArray const& frame)
 
 void MeasureInst::processTimeout(QSharedPointer<util::Word> const& word)
 {
+    int const bound = int(m_deadline);
     m_awaiting = false;
     // A partial line of the unanswered word must not prefix the next answer.
     m_buffer.clear();
     emit processError(word);
-    scheduleNext();
+    // The receiver may have stopped the run.
+    if (m_state == State::Running || m_state == State::Draining)
+        sendBarrier(bound);
+}
+
+void MeasureInst::sendBarrier(int milliseconds)
+{
+    if (!m_barrier || m_barrier->time() != milliseconds)
+        m_barrier = makeWord(QString::fromLatin1(kBarrierQuery), milliseconds);
+    m_resyncing = true;
+    ++m_barriersUnanswered;
+    m_current = m_barrier;
+    arm(milliseconds);
+    m_io->write(m_barrier->code()->frame());
+}
+
+bool MeasureInst::isBarrierAnswer(QByteArray const& frame)
+{
+    // "<maker>,<model>,<serial>,<firmware>": a name first, then three more fields.
+    qsizetype const first = frame.indexOf(',');
+    if (first <= 0 || frame.count(',') < 3)
+        return false;
+    QByteArray const maker = frame.left(first).trimmed();
+    if (maker.isEmpty())
+        return false;
+    bool number = false;
+    maker.toDouble(&number);
+    return !number;
 }
 
 QSharedPointer<util::Word> MeasureInst::makeWord(QString const& text, int time) const
@@ -207,7 +237,8 @@ bool MeasureInst::needResponse(QSharedPointer<util::Word> const& word) const
 
 void MeasureInst::respond()
 {
-    if (!m_awaiting)
+    // The barrier is served by its answer alone.
+    if (!m_awaiting || m_resyncing)
         return;
     m_awaiting = false;
     scheduleNext();
@@ -216,6 +247,11 @@ void MeasureInst::respond()
 void MeasureInst::setInterval(int milliseconds)
 {
     m_interval = qMax(0, milliseconds);
+}
+
+void MeasureInst::setWordTimeLimit(int milliseconds)
+{
+    m_wordTimeLimit = qMax(0, milliseconds);
 }
 
 void MeasureInst::onOpened()
@@ -257,8 +293,20 @@ void MeasureInst::readyRead(QByteArray const& data)
     m_buffer.append(data);
     m_inDelivery = true;
     while (pickFrame(m_buffer, m_frame)) {
-        // Nothing awaits this frame: a late or unsolicited answer, dropped.
-        if (m_awaiting)
+        if (m_barriersUnanswered > 0 && isBarrierAnswer(m_frame)) {
+            --m_barriersUnanswered;
+            if (m_resyncing) {
+                // In step again: everything before this line has been dropped.
+                m_resyncing = false;
+                m_awaiting = false;
+                m_current.reset();
+                scheduleNext();
+            }
+            continue;
+        }
+        // While resynchronising, or with nothing awaiting it: a late or
+        // unsolicited answer, dropped.
+        if (m_awaiting && !m_resyncing)
             decodeFrame(m_frame);
         if (m_state != State::Running && m_state != State::Draining)
             break;
@@ -278,8 +326,26 @@ void MeasureInst::onWatchdog()
         m_watchdog.stop();
         return;
     }
-    if (m_sent.elapsed() >= m_deadline)
+    if (m_sent.elapsed() < m_deadline)
+        return;
+    if (!m_resyncing) {
         processTimeout(m_current);
+        return;
+    }
+    // The barrier went unanswered: that counts as an error like any word's,
+    // and another barrier follows, since a late line may still be on its way.
+    // A run that is closing lets its waiting words go out without one: they
+    // are the last, and the instrument may never answer again.
+    m_awaiting = false;
+    m_buffer.clear();
+    emit processError(m_barrier);
+    if (m_state == State::Running) {
+        sendBarrier(int(m_deadline));
+    } else if (m_state == State::Draining) {
+        m_resyncing = false;
+        m_current.reset();
+        scheduleNext();
+    }
 }
 
 void MeasureInst::scheduleNext()
@@ -318,17 +384,23 @@ void MeasureInst::dispatch()
     }
 
     m_current = next;
-    m_awaiting = next->needResponse();
-    if (m_awaiting) {
-        m_deadline = next->time();
-        m_sent.start();
-        if (!m_watchdog.isActive())
-            m_watchdog.start();
-    }
+    if (next->needResponse())
+        arm(m_wordTimeLimit > 0 ? qMin(next->time(), m_wordTimeLimit) : next->time());
+    else
+        m_awaiting = false;
     processWord(next);
     // Served within processWord(), or no response awaited: move on.
     if (!m_awaiting)
         scheduleNext();
+}
+
+void MeasureInst::arm(int milliseconds)
+{
+    m_awaiting = true;
+    m_deadline = milliseconds;
+    m_sent.start();
+    if (!m_watchdog.isActive())
+        m_watchdog.start();
 }
 
 void MeasureInst::clearRun()
@@ -338,6 +410,8 @@ void MeasureInst::clearRun()
     m_fifo.clear();
     m_current.reset();
     m_awaiting = false;
+    m_resyncing = false;
+    m_barriersUnanswered = 0;
     m_nextDue = false;
     m_buffer.clear();
     m_nextTimer.stop();

@@ -9,7 +9,22 @@
 //
 // One word runs at a time. A word whose time is above zero awaits a response:
 // the queue holds until respond() is called or the time runs out (then
-// processTimeout(), processError(), and the next word). Words are dispatched
+// processTimeout(), processError(), resynchronisation, and the next word).
+//
+// Resynchronisation. An answer that comes after its word's time has run out
+// would otherwise be taken for the next word's, and every answer after it would
+// be one word off for the rest of the run. So after a time-out, before the next
+// word goes out, the queue sends the barrier query "*IDN?" itself (it never
+// reaches processWord()) and drops every line until the barrier's answer: a
+// line of at least four comma-separated fields whose first field is a name,
+// not a number, which no other answer of an SCPI instrument's readings looks
+// like. Lines before it answer words that have already given up. The barrier
+// waits as long as the word that timed out; if its time runs out too, that is
+// one more processError() (carrying the barrier word) and another barrier, so
+// a dead instrument reaches any error count in as many word times, and a
+// barrier answer that comes after its successor was sent is dropped when it
+// arrives; a run that is closing with drain goes on without a second barrier.
+// A run without time-outs puts no barrier on the wire. Words are dispatched
 // through the event loop, never by recursion from one word to the next: a
 // response that serves a word lets the next one go out once the frame has been
 // handled, and a word served within its own processWord() (no response awaited,
@@ -91,6 +106,10 @@ public:
     // the instrument answers.
     void setInterval(int milliseconds);
     int interval() const { return m_interval; }
+    // Caps the wait of every word that awaits a response (and of the barrier)
+    // at this many milliseconds; 0, the default, lets each word wait its own time.
+    void setWordTimeLimit(int milliseconds);
+    int wordTimeLimit() const { return m_wordTimeLimit; }
 
     QSharedPointer<io::AbstractIO> io() const { return m_io; }
     // The last failure of the channel, for messages.
@@ -116,6 +135,9 @@ private:
     void onWatchdog();
     void dispatch();
     void scheduleNext();
+    void arm(int milliseconds);
+    void sendBarrier(int milliseconds);
+    static bool isBarrierAnswer(QByteArray const& frame);
     // Empties the queue and forgets the word in flight and any partial frame.
     void clearRun();
     void beginStop();
@@ -135,6 +157,10 @@ private:
     bool m_nextDue = false; // served while in delivery: dispatch on return
     QElapsedTimer m_sent; // since the awaited word went out
     qint64 m_deadline = 0; // ms after m_sent at which the word times out
+    int m_wordTimeLimit = 0;
+    bool m_resyncing = false; // lines are dropped until the barrier's answer
+    int m_barriersUnanswered = 0; // their answers are dropped whenever they come
+    QSharedPointer<util::Word> m_barrier;
 
     QByteArray m_buffer;
     QByteArray m_frame;

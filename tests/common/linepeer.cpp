@@ -6,9 +6,15 @@ LinePeer::LinePeer(QObject* parent)
     : QObject(parent)
 {
     m_responder = [](QString const& line) {
+        if (line == QLatin1String("*IDN?"))
+            return identity();
         return line.contains(QLatin1Char('?')) ? line + QStringLiteral("=ok") : QString();
     };
     connect(&m_server, &QTcpServer::newConnection, this, &LinePeer::onNewConnection);
+    m_sendTimer.setSingleShot(true);
+    m_sendTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_sendTimer, &QTimer::timeout, this, &LinePeer::sendDue);
+    m_clock.start();
 }
 
 bool LinePeer::listen(quint16 port)
@@ -42,12 +48,31 @@ void LinePeer::onReadyRead(QTcpSocket* socket)
         m_lines.append(line);
         emit lineReceived(line);
         QString const answer = m_responder(line);
-        if (!answer.isNull())
-            socket->write(answer.toUtf8() + '\n');
+        if (!answer.isNull()) {
+            int const delay = m_delay ? m_delay(line) : 0;
+            if (delay <= 0 && m_pending.empty())
+                socket->write(answer.toUtf8() + '\n');
+            else
+                m_pending.push_back({m_clock.elapsed() + qMax(0, delay), socket, answer.toUtf8() + '\n'});
+            if (!m_pending.empty() && !m_sendTimer.isActive())
+                sendDue();
+        }
         if (m_closeAfter > 0 && m_lines.size() >= m_closeAfter) {
             socket->flush();
             socket->disconnectFromHost();
             return;
         }
     }
+}
+
+void LinePeer::sendDue()
+{
+    qint64 const now = m_clock.elapsed();
+    while (!m_pending.empty() && m_pending.front().due <= now) {
+        if (m_pending.front().socket)
+            m_pending.front().socket->write(m_pending.front().bytes);
+        m_pending.pop_front();
+    }
+    if (!m_pending.empty())
+        m_sendTimer.start(int(m_pending.front().due - now));
 }

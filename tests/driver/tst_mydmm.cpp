@@ -227,7 +227,9 @@ void TestMyDmm::ringPerPowerMode()
     QList<QSharedPointer<DmmData>> const samples = m_dmm->getMeasureData();
     QVERIFY(samples[0] != samples[1]);
     QCOMPARE(m_dmm->lastMeasureData(), samples[1]);
-    QVERIFY(samples[0]->dateTime().isValid());
+    // Stamped at the end of the pass, in local wall-clock time.
+    QCOMPARE(samples[0]->dateTime().timeSpec(), Qt::LocalTime);
+    QVERIFY(qAbs(samples[1]->dateTime().secsTo(QDateTime::currentDateTime())) < 60);
     QCOMPARE(samples[0]->config().powerMode, mode);
     QVERIFY(complete(*samples[0]));
     // Group readings never land in the unit's own.
@@ -303,9 +305,15 @@ void TestMyDmm::modeChangeDropsPassInProgress()
             m_answers[kModeQuery] = to;
             m_answers[":SOURce:VOLTage:LEVel?"] = "24";
             m_dmm->cmdPowerMode(to);
+            // Waiting behind the mode's read-back: dropped with the ring.
+            m_dmm->cmdVoltage(7);
+            m_dmm->listQueryOptions();
         }
     });
+    QSignalSpy listouts(m_dmm, &MyDMM::updateListout);
     QVERIFY(waitSamples(4));
+    QVERIFY(!lines().contains(":SOURce:VOLTage:LEVel 7"));
+    QCOMPARE(listouts.size(), 0);
 
     // The read-back of the setting rebuilds the ring at once: the rest of the pass is never sent.
     qsizetype const at = lines().indexOf(":SYSTem:POWER:MODE " + to);

@@ -23,6 +23,8 @@ private slots:
     void settingsReachTheInstrument();
     void listAndDelayerRoundTrip();
     void faultyAnswersNeverStopTheCycle();
+    void lateAnswersNeverShiftTheSamples_data();
+    void lateAnswersNeverShiftTheSamples();
 
 private:
     // Waits for this many more samples. QSignalSpy::wait, unlike QTRY_, does not sleep between answers.
@@ -170,6 +172,88 @@ void TestMyDmmSim::faultyAnswersNeverStopTheCycle()
             unread += box->kind != 0 ? 1 : 0;
     }
     QVERIFY(unread > 0);
+}
+
+void TestMyDmmSim::lateAnswersNeverShiftTheSamples_data()
+{
+    // The word time is cut to 300 ms; one answer comes this late (-1: never).
+    QTest::addColumn<int>("lateMs");
+    QTest::newRow("just past the word time") << 350;
+    QTest::newRow("well past it") << 520;
+    QTest::newRow("never") << -1;
+}
+
+void TestMyDmmSim::lateAnswersNeverShiftTheSamples()
+{
+    QFETCH(int, lateMs);
+    m_sim->setNoise(0.0);
+    m_dmm->cmdVoltage(12);
+    m_dmm->cmdCurrent(1.5);
+    m_dmm->cmdOVPValue(30);
+    m_dmm->cmdOCPValue(2);
+    m_dmm->cmdSetBrightness(55);
+    m_dmm->cmdOutput(true); // into the 10 ohm load: 12 V at 1.2 A
+    QVERIFY(waitSamples(3));
+
+    // Neighbouring fields of the ring with distinct values: an answer one word off shows.
+    auto const fields = [](DmmData const& d) {
+        Channel const* c = d.activeChannel();
+        Config const& g = d.config();
+        auto const b = [](QUnitValueBox const& box) {
+            return box.kind == 0 ? box.text : QStringLiteral("!");
+        };
+        return QStringList {g.powerMode,
+                            b(c->voltage.measured),
+                            b(c->current.measured),
+                            b(c->power),
+                            g.outputMode,
+                            QString::number(c->outputOn),
+                            c->cvcc,
+                            b(c->voltage.level),
+                            b(c->current.level),
+                            b(c->voltage.protectionLevel),
+                            b(c->current.protectionLevel),
+                            QString::number(g.brightness),
+                            g.powerOut,
+                            g.eloadState};
+    };
+    QStringList const expected = {"Normal", "12.000", "1.200",  "14.400", "VHS", "1",   "CV",
+                                  "12.000", "1.500",  "30.000", "2.000",  "55",  "OFF", "OFF"};
+    QCOMPARE(fields(*m_dmm->lastMeasureData()), expected);
+
+    m_dmm->setWordTimeLimit(300);
+    m_sim->clearLog();
+    QSignalSpy errors(m_dmm, &MyDMM::processError);
+    qsizetype faultAt = -1;
+    connect(m_dmm, &MyDMM::processError, this, [&] {
+        faultAt = m_dmm->getMeasureData().size();
+        m_sim->setDropEvery(0);
+        m_sim->setLateEvery(0, 0);
+    });
+    // The third measure query from here is answered late, or never; the fault is then cleared.
+    if (lateMs < 0)
+        m_sim->setDropEvery(1);
+    else
+        m_sim->setLateEvery(3, lateMs, QStringLiteral(":MEASure:ALL?"));
+    QVERIFY(errors.wait(5000));
+    QVERIFY(waitSamples(6));
+
+    QCOMPARE(errors.size(), 1);
+    auto const word = errors.first().at(0).value<QSharedPointer<zelt::util::Word>>();
+    QCOMPARE(word->time(), 5000); // the driver's own word time, only cut short here
+    // The pass of the time-out is published with what it read: a field is right or unread,
+    // never another word's answer. Every pass after it is whole and right.
+    QList<QSharedPointer<DmmData>> const samples = m_dmm->getMeasureData();
+    QVERIFY(samples.size() > faultAt + 5);
+    QStringList const atFault = fields(*samples.at(faultAt));
+    for (int i = 0; i < expected.size(); ++i) {
+        QString const& field = atFault.at(i);
+        QVERIFY2(field == expected.at(i) || field == "!" || field == "0" || field.isEmpty(),
+                 qPrintable(atFault.join(' ')));
+    }
+    for (qsizetype i = faultAt + 1; i < samples.size(); ++i)
+        QCOMPARE(fields(*samples.at(i)), expected);
+    QCOMPARE(m_sim->receivedLines().count(QStringLiteral("*IDN?")), 1);
 }
 
 QTEST_GUILESS_MAIN(TestMyDmmSim)

@@ -588,6 +588,18 @@ private slots:
         QCOMPARE(m_server->receivedLines().mid(0, 6), queries);
     }
 
+    void lateEvery()
+    {
+        // The second answer is held back; the third, though ready at once, keeps its place behind it.
+        m_server->setLateEvery(2, 300);
+        for (char const* line : {":SYST:BRIG?", ":OUTP:MODE?", ":SYST:POWER:MODE?"})
+            m_client->send(line);
+        QCOMPARE(m_client->nextLine(), QStringLiteral("80"));
+        QVERIFY(!QSignalSpy(&m_client->socket(), &QTcpSocket::readyRead).wait(150));
+        QCOMPARE(m_client->nextLines(2), QStringLiteral("VHS;Normal"));
+        m_server->setLateEvery(0, 0);
+    }
+
     void malformEvery()
     {
         sendAll({":VOLT 12", ":CURR 2", ":OUTP ON"});
