@@ -1011,7 +1011,7 @@ void KVR9000Window::on_actionProgrammer_triggered()
                 if (file.isEmpty())
                     return;
                 dialog->showInfo(saveListDataToCsv(file, option, datas, param) ? tr("Save file successfully")
-                                                                              : tr("Failed to save file"),
+                                                                               : tr("Failed to save file"),
                                  3000);
             });
     connect(dialog, &DialogProgrammer::listLoadFromCSV, this,
@@ -1032,7 +1032,7 @@ void KVR9000Window::on_actionProgrammer_triggered()
                 if (file.isEmpty())
                     return;
                 dialog->showInfo(saveDelayerData(file, option, datas, param) ? tr("Save file successfully")
-                                                                            : tr("Failed to save file"),
+                                                                             : tr("Failed to save file"),
                                  3000);
             });
     connect(dialog, &DialogProgrammer::delayerLoadFromCSV, this,
@@ -1098,9 +1098,8 @@ bool KVR9000Window::saveListDataToCsv(QString const& file,
     return zelt::util::character::Character::csvSave(file, lines);
 }
 
-QList<zelt::specific::pxn3000s::programmer::ListData>
-KVR9000Window::loadlistDataFromCsv(QString const& file, zelt::specific::pxn3000s::programmer::Option const& option,
-                                   UploadParam& param)
+QList<zelt::specific::pxn3000s::programmer::ListData> KVR9000Window::loadlistDataFromCsv(
+    QString const& file, zelt::specific::pxn3000s::programmer::Option const& option, UploadParam& param)
 {
     using zelt::specific::pxn3000s::programmer::ListData;
     QList<QString> const lines = zelt::util::character::Character::csvLoad(file);
@@ -1135,7 +1134,8 @@ KVR9000Window::loadlistDataFromCsv(QString const& file, zelt::specific::pxn3000s
     return rows;
 }
 
-bool KVR9000Window::saveDelayerData(QString const& file, zelt::specific::pxn3000s::programmer::Option const& option,
+bool KVR9000Window::saveDelayerData(QString const& file,
+                                    zelt::specific::pxn3000s::programmer::Option const& option,
                                     QList<zelt::specific::pxn3000s::programmer::DelayerData> const& datas,
                                     UploadParam const& param)
 {
@@ -1149,7 +1149,8 @@ bool KVR9000Window::saveDelayerData(QString const& file, zelt::specific::pxn3000
     lines << QStringLiteral("start,%1").arg(0) << QStringLiteral("count,%1").arg(datas.size())
           << QStringLiteral("cycles,%1").arg(param.cycles) << QStringLiteral("lastState,%1").arg(lastState)
           << QStringLiteral("stopCondi,%1").arg(0) << QStringLiteral("stopValue,%1").arg(0)
-          << QStringLiteral("%1,%2,%3").arg(QStringLiteral("No"), QStringLiteral("State"), QStringLiteral("delayT(s)"));
+          << QStringLiteral("%1,%2,%3")
+                 .arg(QStringLiteral("No"), QStringLiteral("State"), QStringLiteral("delayT(s)"));
     for (int i = 0; i < datas.size(); ++i) {
         auto const& row = datas.at(i);
         lines << QStringLiteral("%1,%2,%3")
@@ -1160,9 +1161,8 @@ bool KVR9000Window::saveDelayerData(QString const& file, zelt::specific::pxn3000
     return zelt::util::character::Character::csvSave(file, lines);
 }
 
-QList<zelt::specific::pxn3000s::programmer::DelayerData>
-KVR9000Window::loadDelayerDataFromCsv(QString const& file,
-                                      zelt::specific::pxn3000s::programmer::Option const& option, UploadParam& param)
+QList<zelt::specific::pxn3000s::programmer::DelayerData> KVR9000Window::loadDelayerDataFromCsv(
+    QString const& file, zelt::specific::pxn3000s::programmer::Option const& option, UploadParam& param)
 {
     using zelt::specific::pxn3000s::programmer::DelayerData;
     using zelt::util::character::Character;

@@ -56,13 +56,15 @@ public:
     // The programmer's list and delayer files, as Save and Load keep them: a "start,0"
     // header, then one row a line. A reader gives no rows for a file that it refuses, and
     // sets the cycles and end state of param only when it accepts the file.
-    static bool saveListDataToCsv(QString const& file, zelt::specific::pxn3000s::programmer::Option const& option,
+    static bool saveListDataToCsv(QString const& file,
+                                  zelt::specific::pxn3000s::programmer::Option const& option,
                                   QList<zelt::specific::pxn3000s::programmer::ListData> const& datas,
                                   UploadParam const& param);
     static QList<zelt::specific::pxn3000s::programmer::ListData>
     loadlistDataFromCsv(QString const& file, zelt::specific::pxn3000s::programmer::Option const& option,
                         UploadParam& param);
-    static bool saveDelayerData(QString const& file, zelt::specific::pxn3000s::programmer::Option const& option,
+    static bool saveDelayerData(QString const& file,
+                                zelt::specific::pxn3000s::programmer::Option const& option,
                                 QList<zelt::specific::pxn3000s::programmer::DelayerData> const& datas,
                                 UploadParam const& param);
     static QList<zelt::specific::pxn3000s::programmer::DelayerData>

@@ -1,0 +1,340 @@
+// The programmer dialog on its own: its files in both formats with their refusals, the
+// template parameters kept per instrument, and a look at both tabs.
+
+#include "dialogprogrammer.h"
+#include "kvr9000window.h"
+
+#include "specific/helper.h"
+#include "specific/wavegenerator.h"
+
+#include <QtTest>
+#include <QtWidgets>
+
+using namespace zelt::specific::pxn3000s::programmer;
+
+namespace {
+
+Option makeOption()
+{
+    Option option;
+    option.name = QStringLiteral("bench unit");
+    option.channels = {zelt::specific::pxn3000s::programmer::Channel {
+        QStringLiteral("CH1"), {{0.0, 42.0}, {0.0, 42.0}, {0.0, 420.0}}}};
+    return option;
+}
+
+QString writeFile(QTemporaryDir const& dir, QString const& text)
+{
+    QString const path = dir.filePath(QStringLiteral("f.csv"));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return {};
+    file.write(text.toUtf8());
+    return path;
+}
+
+QString const kListHead
+    = QStringLiteral("start,0\ncount,2\ncycles,%1\nlastState,%2\nNo,Vol(V),Amp(A),keppT(s)\n");
+QString const kDelayerHead = QStringLiteral(
+    "start,0\ncount,2\ncycles,%1\nlastState,%2\nstopCondi,0\nstopValue,0\nNo,State,delayT(s)\n");
+
+} // namespace
+
+class TestProgrammerDialog : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QCoreApplication::setOrganizationName(QStringLiteral("zelt-tests"));
+        QCoreApplication::setApplicationName(QStringLiteral("tst_programmerdialog"));
+        QVERIFY(m_dir.isValid());
+    }
+    void init() { QSettings().clear(); }
+
+    void windowFormatLoad_data();
+    void windowFormatLoad();
+    void roundTrip_data();
+    void roundTrip();
+    void dialogFormatLoad_data();
+    void dialogFormatLoad();
+    void storedTemplates_data();
+    void storedTemplates();
+    void contextMenu_data();
+    void contextMenu();
+    void lookAtBothTabs();
+
+private:
+    QTemporaryDir m_dir;
+};
+
+void TestProgrammerDialog::windowFormatLoad_data()
+{
+    QTest::addColumn<bool>("delayer"); // which reader
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("rows"); // -1: refused, param untouched
+    QTest::addColumn<int>("cycles");
+    QTest::addColumn<QString>("endState");
+
+    QString const twoRows = QStringLiteral("0,1.5,0.2,1.0\n7,2,0.3,0.5\n");
+    QTest::newRow("cycles 99999") << false << kListHead.arg("99999", "1") + twoRows << 2 << 99999 << "ON";
+    QTest::newRow("cycles 100000") << false << kListHead.arg("100000", "1") + twoRows << -1 << 0 << "";
+    QTest::newRow("cycles negative") << false << kListHead.arg("-1", "0") + twoRows << -1 << 0 << "";
+    QTest::newRow("cycles letters") << false << kListHead.arg("abc", "0") + twoRows << 2 << 0 << "OFF";
+    QTest::newRow("cycles beyond 32 bits")
+        << false << kListHead.arg("4294967296", "0") + twoRows << 2 << 0 << "OFF";
+    QTest::newRow("list lastState 2") << false << kListHead.arg("3", "2") + twoRows << -1 << 0 << "";
+    QTest::newRow("wrong key") << false << QString(kListHead).replace("count", "Count").arg("3", "0") << -1
+                               << 0 << "";
+    QTest::newRow("short rows skipped, bad numbers 0")
+        << false << kListHead.arg("3", "0") + "0,1,2\n1,x,2,3\n"
+        << 1 << 3 << "OFF";
+    QTest::newRow("list header only, short")
+        << false << QStringLiteral("start,0\ncount,0\ncycles,1\n") << -1 << 0 << "";
+    QTest::newRow("delayer file as list: no rows, settings taken")
+        << false << kDelayerHead.arg("4", "1") + "0,1,0.5\n"
+        << 0 << 4 << "ON";
+    QTest::newRow("list file as delayer") << true << kListHead.arg("3", "1") + twoRows << -1 << 0 << "";
+    QTest::newRow("delayer LAST") << true << kDelayerHead.arg("2", "2") + "0,1,0.5\n1,0,1.5\n"
+                                  << 2 << 2 << "LAST";
+    QTest::newRow("delayer short") << true << kDelayerHead.section('\n', 0, 4).arg("2", "0") << -1 << 0 << "";
+    QString many = kListHead.arg("1", "0");
+    for (int i = 0; i < 130; ++i)
+        many += QStringLiteral("%1,1,1,1\n").arg(i);
+    QTest::newRow("more rows than the instrument holds") << false << many << 128 << 1 << "OFF";
+}
+
+void TestProgrammerDialog::windowFormatLoad()
+{
+    QFETCH(bool, delayer);
+    QFETCH(QString, text);
+    QFETCH(int, rows);
+    QFETCH(int, cycles);
+    QFETCH(QString, endState);
+    QString const path = writeFile(m_dir, text);
+    UploadParam param;
+    param.cycles = 77;
+    param.endState = QStringLiteral("untouched");
+    qsizetype const got = delayer ? KVR9000Window::loadDelayerDataFromCsv(path, makeOption(), param).size()
+                                  : KVR9000Window::loadlistDataFromCsv(path, makeOption(), param).size();
+    QCOMPARE(got, qsizetype(std::max(rows, 0)));
+    QCOMPARE(param.cycles, rows < 0 ? 77 : cycles);
+    QCOMPARE(param.endState, rows < 0 ? QStringLiteral("untouched") : endState);
+}
+
+void TestProgrammerDialog::roundTrip_data()
+{
+    QTest::addColumn<bool>("dialogFormat");
+    QTest::addColumn<QString>("endState");
+    QTest::newRow("window format, ON") << false << "ON";
+    QTest::newRow("window format, OFF") << false << "OFF";
+    QTest::newRow("dialog format") << true << "OFF";
+}
+
+// Rows come back with their times on the tenth of a second; the list and delayer alike.
+void TestProgrammerDialog::roundTrip()
+{
+    QFETCH(bool, dialogFormat);
+    QFETCH(QString, endState);
+    Option option = makeOption();
+    QList<ListData> const list {{1.2346, 0.5, 0.26}, {40.0, 2.0, 1.04}};
+    QList<DelayerData> const steps {{true, 0.26}, {false, 12.34}};
+    QList<ListData> const listBack {{1.235, 0.5, 0.3}, {40.0, 2.0, 1.0}};
+    QList<DelayerData> const stepsBack {{true, 0.3}, {false, 12.3}};
+    QString const listFile = m_dir.filePath(QStringLiteral("r.lst.csv"));
+    QString const delayerFile = m_dir.filePath(QStringLiteral("r.dly.csv"));
+
+    if (dialogFormat) {
+        DialogProgrammer dialog(option, nullptr);
+        dialog.findChild<QSpinBox*>("sbListCycles")->setValue(0);
+        QVERIFY(dialog.listSaveData(listFile, list));
+        QVERIFY(dialog.delayerSaveData(delayerFile, steps));
+        QCOMPARE(dialog.listLoadData(listFile), listBack);
+        QCOMPARE(dialog.delayerLoadData(delayerFile), stepsBack);
+        QCOMPARE(dialog.findChild<QSpinBox*>("sbListCycles")->text(), QStringLiteral("Infinite"));
+        return;
+    }
+    UploadParam param;
+    param.cycles = 12;
+    param.start = 30;
+    param.endState = endState;
+    QVERIFY(KVR9000Window::saveListDataToCsv(listFile, option, list, param));
+    QVERIFY(KVR9000Window::saveDelayerData(delayerFile, option, steps, param));
+    UploadParam back;
+    QCOMPARE(KVR9000Window::loadlistDataFromCsv(listFile, option, back), listBack);
+    QCOMPARE(back.cycles, 12);
+    QCOMPARE(back.endState, endState);
+    QCOMPARE(back.start, 0); // the start is not kept
+    QCOMPARE(KVR9000Window::loadDelayerDataFromCsv(delayerFile, option, back), stepsBack);
+}
+
+void TestProgrammerDialog::dialogFormatLoad_data()
+{
+    QTest::addColumn<bool>("delayer");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("rows"); // -1 refused
+    QString const list = QStringLiteral("LIST,10\nCycles,%1\nEnd Status,%2\nGroups,%3\nNo.,V,A,T\n0,1,2,3\n");
+    QString const delayer
+        = QStringLiteral("DELAYER,10\nCycles,%1\nEnd Status,%2\nGroups,%3\nNo.,S,T\n0,On,3\n");
+    QTest::newRow("list Output Off") << false << list.arg("Infinite", "Output Off", "1") << 1;
+    QTest::newRow("list Last") << false << list.arg("5", "Last", "1") << 1;
+    QTest::newRow("list Output On refused") << false << list.arg("5", "Output On", "1") << -1;
+    QTest::newRow("cycles 100000") << false << list.arg("100000", "Output Off", "1") << -1;
+    QTest::newRow("groups 0") << false << list.arg("5", "Output Off", "0") << -1;
+    QTest::newRow("groups 129") << false << list.arg("5", "Output Off", "129") << -1;
+    QTest::newRow("list version 11") << false << QString(list).replace("10", "11").arg("5", "Output Off", "1")
+                                     << -1;
+    QTest::newRow("list short") << false << QStringLiteral("LIST,10\nCycles,1\nEnd Status,Last\n") << -1;
+    QTest::newRow("delayer Output On") << true << delayer.arg("5", "Output On", "1") << 1;
+    QTest::newRow("list file as delayer") << true << list.arg("5", "Output Off", "1") << -1;
+}
+
+void TestProgrammerDialog::dialogFormatLoad()
+{
+    QFETCH(bool, delayer);
+    QFETCH(QString, text);
+    QFETCH(int, rows);
+    Option option = makeOption();
+    DialogProgrammer dialog(option, nullptr);
+    auto* cycles = dialog.findChild<QSpinBox*>(delayer ? "sbDelayerCycles" : "sbListCycles");
+    cycles->setValue(42);
+    QString const path = writeFile(m_dir, text);
+    qsizetype const got = delayer ? dialog.delayerLoadData(path).size() : dialog.listLoadData(path).size();
+    QCOMPARE(got, qsizetype(std::max(rows, 0)));
+    if (rows < 0)
+        QCOMPARE(cycles->value(), 42); // a refused file changes no widget
+    else
+        QVERIFY(cycles->value() != 42);
+}
+
+void TestProgrammerDialog::storedTemplates_data()
+{
+    QTest::addColumn<int>("records");
+    QTest::addColumn<int>("activeType");
+    QTest::addColumn<double>("period"); // of the Sine record stored
+    QTest::addColumn<QString>("typeShown");
+    QTest::addColumn<bool>("capNoted");
+    QTest::newRow("nothing stored") << 0 << 0 << 0.0 << "Sine" << false;
+    QTest::newRow("nine records give defaults") << 9 << 5 << 2.0 << "Sine" << false;
+    QTest::newRow("active type 5") << 8 << 5 << 2.0 << "Stair Up Down" << false;
+    QTest::newRow("sine past the row cap") << 8 << 0 << 3600.0 << "Sine" << true;
+}
+
+// What a closing stores, the next opening shows: per instrument, with a bad record set
+// replaced by the defaults, and a note when the row cap cuts the template on show.
+void TestProgrammerDialog::storedTemplates()
+{
+    QFETCH(int, records);
+    QFETCH(int, activeType);
+    QFETCH(double, period);
+    QFETCH(QString, typeShown);
+    QFETCH(bool, capNoted);
+    Option option = makeOption();
+    Helper::getInstance().setOption(option);
+    if (records > 0) {
+        QList<ListTemplateParam> params;
+        resetListTemplateParams(params);
+        params[0].period = period;
+        params[0].interval = 0.1;
+        while (params.size() < records)
+            params.append(params.last());
+        QSettings settings;
+        settings.beginGroup(option.name + QStringLiteral("/Programmer"));
+        settings.setValue(QStringLiteral("List Active Type"), activeType);
+        settings.setValue(QStringLiteral("List Template Params"), QVariant::fromValue(params));
+    }
+    {
+        DialogProgrammer dialog(option, nullptr);
+        auto* type = dialog.findChild<QComboBox*>("cbbListTempType");
+        QCOMPARE(type->currentText(), typeShown);
+        QCOMPARE(dialog.findChild<QStackedWidget*>("stackedWidget")->currentIndex(), type->currentIndex());
+        QCOMPARE(dialog.findChild<QStatusBar*>()->currentMessage().contains(QString::number(kMaxWaveRows)),
+                 capNoted);
+        QCOMPARE(dialog.findChild<QTableView*>("tvListTemplate")->model()->rowCount() <= kMaxWaveRows, true);
+        if (records == 8 && activeType == 0)
+            QCOMPARE(dialog.findChild<QDoubleSpinBox*>("sbListTempPeriod0")->value(), period);
+        type->setCurrentIndex(3);
+    }
+    // The closing kept what it showed.
+    DialogProgrammer again(option, nullptr);
+    QCOMPARE(again.findChild<QComboBox*>("cbbListTempType")->currentIndex(), 3);
+}
+
+void TestProgrammerDialog::contextMenu_data()
+{
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<QList<QPoint>>("cells"); // selected (row, column); the first is current
+    QTest::addColumn<int>("rows"); // of the three, afterwards
+    QTest::addColumn<int>("currentRow"); // -1 none, -2 not looked at; -1 also: the action is disabled
+    QTest::newRow("append") << "Append" << QList<QPoint>() << 4 << 3;
+    QTest::newRow("insert") << "Insert" << QList<QPoint> {{1, 2}} << 4 << 1;
+    QTest::newRow("insert without a current row") << "Insert" << QList<QPoint>() << 3 << -1;
+    QTest::newRow("delete without a current row") << "Delete" << QList<QPoint>() << 3 << -1;
+    QTest::newRow("delete two cells of a row") << "Delete" << QList<QPoint> {{1, 0}, {1, 2}} << 2 << -2;
+    QTest::newRow("delete two rows") << "Delete" << QList<QPoint> {{0, 1}, {2, 0}} << 1 << -2;
+    QTest::newRow("clear") << "Clear" << QList<QPoint> {{0, 0}} << 0 << -2;
+}
+
+// The data table's menu, opened by a right click on the table as a user does; the groups
+// box follows the rows.
+void TestProgrammerDialog::contextMenu()
+{
+    QFETCH(QString, action);
+    QFETCH(QList<QPoint>, cells);
+    QFETCH(int, rows);
+    QFETCH(int, currentRow); // -2: not looked at
+    Option option = makeOption();
+    DialogProgrammer dialog(option, nullptr);
+    dialog.show();
+    auto* view = dialog.findChild<QTableView*>("tvList");
+    QAbstractItemModel* model = view->model();
+    QVERIFY(model->insertRows(0, 3));
+    view->selectionModel()->clear();
+    for (int i = 0; i < cells.size(); ++i) {
+        QModelIndex const cell = model->index(cells.at(i).x(), cells.at(i).y());
+        view->selectionModel()->setCurrentIndex(
+            cell, i == 0 ? QItemSelectionModel::ClearAndSelect : QItemSelectionModel::Select);
+    }
+    QContextMenuEvent click(QContextMenuEvent::Mouse, QPoint(5, 5),
+                            view->viewport()->mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(view->viewport(), &click);
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    QVERIFY(menu);
+    QAction* chosen = nullptr;
+    for (QAction* a : menu->actions()) {
+        if (a->text() == action)
+            chosen = a;
+    }
+    QVERIFY(chosen);
+    QCOMPARE(chosen->isEnabled(), currentRow != -1);
+    chosen->trigger();
+    menu->close();
+    QCOMPARE(model->rowCount(), rows);
+    if (currentRow == -1)
+        return;
+    QCOMPARE(dialog.findChild<QSpinBox*>("sbListGroups")->value(), rows);
+    if (currentRow >= 0)
+        QCOMPARE(view->currentIndex().row(), currentRow);
+}
+
+void TestProgrammerDialog::lookAtBothTabs()
+{
+    Option option = makeOption();
+    DialogProgrammer dialog(option, nullptr);
+    dialog.resize(1024, 700);
+    dialog.show();
+    QTest::mouseClick(dialog.findChild<QPushButton*>("btnListTemplateAppend"), Qt::LeftButton);
+    QTest::mouseClick(dialog.findChild<QPushButton*>("btnDelayerTemplateAppend"), Qt::LeftButton);
+    QVERIFY(dialog.findChild<QTableView*>("tvList")->model()->rowCount() > 0);
+    QVERIFY(dialog.findChild<QTableView*>("tvDelayer")->model()->rowCount() > 0);
+    auto* tabs = dialog.findChild<QTabWidget*>("tabWidget");
+    for (int i = 0; i < tabs->count(); ++i) {
+        tabs->setCurrentIndex(i);
+        QVERIFY(dialog.grab().save(QStringLiteral(ZELT_TEST_OUTPUT_DIR "/programmer-tab%1.png").arg(i)));
+    }
+}
+
+QTEST_MAIN(TestProgrammerDialog)
+#include "tst_programmerdialog.moc"

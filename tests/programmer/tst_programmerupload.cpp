@@ -1,0 +1,232 @@
+// The programmer's upload against the simulated instrument, through the window's own path:
+// the dialog's buttons, the window's turn-taking with the driver, and what reaches the wire
+// and the instrument's sequence memory.
+
+#include "windowharness.h"
+
+#include "dialogprogrammer.h"
+#include "kvrinstrument.h"
+
+namespace {
+
+QString const kModel = QStringLiteral("KVR9040-40");
+
+// The lines of one sequence on the wire, the polling ring left out.
+QStringList sequenceLines(QStringList const& lines, QString const& prefix)
+{
+    QStringList out;
+    for (QString const& line : lines) {
+        if (line.startsWith(prefix))
+            out << line;
+    }
+    return out;
+}
+
+} // namespace
+
+class TestProgrammerUpload : public QObject, WindowFixture
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { isolateSettings(QStringLiteral("tst_programmerupload")); }
+    void init()
+    {
+        QVERIFY2(startSimulator(kModel), qPrintable(m_server.errorString()));
+        QVERIFY(open(kModel));
+        QVERIFY(waitUntil(
+            [this] { return driver()->active() && child<QAction>("actionProgrammer")->isEnabled(); }));
+    }
+    void cleanup()
+    {
+        QVERIFY(closeWindow());
+        m_server.stop();
+    }
+
+    void upload_data();
+    void upload();
+    void refused_data();
+    void refused();
+    void lateReplyAfterClose();
+
+private:
+    DialogProgrammer* openDialog()
+    {
+        child<QAction>("actionProgrammer")->trigger();
+        return m_window->findChild<DialogProgrammer*>();
+    }
+    // Rows through the table's model, as the user's edits reach it.
+    static void fillRows(QTableView* view, QList<QList<QVariant>> const& rows, int count)
+    {
+        QAbstractItemModel* model = view->model();
+        QVERIFY(model->insertRows(0, count));
+        for (int r = 0; r < rows.size(); ++r) {
+            for (int c = 0; c < rows.at(r).size(); ++c)
+                QVERIFY(model->setData(model->index(r, c), rows.at(r).at(c)));
+        }
+    }
+    static bool idle(DialogProgrammer* dialog)
+    {
+        return dialog->isEnabled() && !dialog->findChild<QProgressBar*>()->isVisible();
+    }
+};
+
+void TestProgrammerUpload::upload_data()
+{
+    QTest::addColumn<bool>("delayer");
+    QTest::addColumn<int>("count");
+    QTest::addColumn<int>("start");
+    QTest::addColumn<QStringList>("wire"); // empty: count the row writes only
+
+    QTest::newRow("list of three from 10") << false << 3 << 10
+                                           << QStringList {":LISTout:STATe?",
+                                                           ":LISTout:BASE?",
+                                                           ":LISTout:BASE 10,3,1,OFF",
+                                                           ":LISTout:PARAmeter? 0,1",
+                                                           ":LISTout:PARAmeter 10,1,0.5,0.1",
+                                                           ":LISTout:PARAmeter? 10,1",
+                                                           ":LISTout:PARAmeter 11,2,0.5,0.2",
+                                                           ":LISTout:PARAmeter? 11,1",
+                                                           ":LISTout:PARAmeter 12,3,0.5,0.3",
+                                                           ":LISTout:PARAmeter? 12,1"};
+    QTest::newRow("delayer of three from 10") << true << 3 << 10
+                                              << QStringList {":DELAY:STATe?",
+                                                              ":DELAY:CYCLEs?",
+                                                              ":DELAY:ENDState?",
+                                                              ":DELAY:STARt?",
+                                                              ":DELAY:GROUPs?",
+                                                              ":DELAY:STOP?",
+                                                              ":DELAY:STARt 10",
+                                                              ":DELAY:GROUPs 3",
+                                                              ":DELAY:CYCLEs 1",
+                                                              ":DELAY:ENDState OFF",
+                                                              ":DELAY:STOP None",
+                                                              ":DELAY:PARAmeter? 0,1",
+                                                              ":DELAY:PARAmeter 10,OFF,0.1",
+                                                              ":DELAY:PARAmeter? 10,1",
+                                                              ":DELAY:PARAmeter 11,ON,0.2",
+                                                              ":DELAY:PARAmeter? 11,1",
+                                                              ":DELAY:PARAmeter 12,OFF,0.3",
+                                                              ":DELAY:PARAmeter? 12,1"};
+    QTest::newRow("200 list rows upload 128") << false << 200 << 0 << QStringList();
+}
+
+void TestProgrammerUpload::upload()
+{
+    QFETCH(bool, delayer);
+    QFETCH(int, count);
+    QFETCH(int, start);
+    QFETCH(QStringList, wire);
+    DialogProgrammer* dialog = openDialog();
+    QVERIFY(dialog);
+    auto* view = dialog->findChild<QTableView*>(delayer ? "tvDelayer" : "tvList");
+    QList<QList<QVariant>> rows;
+    for (int i = 1; i <= 3; ++i) {
+        if (delayer)
+            rows.append({i % 2 == 0, i / 10.0});
+        else
+            rows.append({double(i), 0.5, i / 10.0});
+    }
+    fillRows(view, rows, count);
+    dialog->findChild<QSpinBox*>(delayer ? "spinDelayerStartNum" : "spinListStartNum")->setValue(start);
+    auto* bar = dialog->findChild<QProgressBar*>();
+    int barMost = 0;
+    connect(bar, &QProgressBar::valueChanged, this, [&](int v) { barMost = std::max(barMost, v); });
+    m_server.clearLog();
+
+    QTest::mouseClick(dialog->findChild<QPushButton*>(delayer ? "btnDelayerUpload" : "btnListUpload"),
+                      Qt::LeftButton);
+    QVERIFY(!dialog->isEnabled());
+    QVERIFY(waitUntil([&] { return idle(dialog); }));
+
+    int const sent = std::min(count, 128);
+    QCOMPARE(barMost, sent);
+    QCOMPARE(bar->maximum(), sent);
+    QString const prefix = delayer ? QStringLiteral(":DELAY") : QStringLiteral(":LIST");
+    QStringList const lines = sequenceLines(m_server.receivedLines(), prefix);
+    if (!wire.isEmpty()) {
+        QCOMPARE(lines, wire);
+    } else {
+        QVERIFY(lines.contains(QStringLiteral(":LISTout:BASE 0,128,1,OFF")));
+        QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^:LISTout:PARAmeter \\d"))).size(), 128);
+        QVERIFY(lines.contains(QStringLiteral(":LISTout:PARAmeter 127,0,0,0.1")));
+    }
+
+    kvrsim::KvrInstrument& unit = m_server.instrument();
+    for (int i = 0; i < std::min(count, 3); ++i) {
+        if (delayer) {
+            QCOMPARE(unit.delayerRow(start + i).on, i % 2 == 1);
+            QCOMPARE(unit.delayerRow(start + i).seconds, (i + 1) / 10.0);
+        } else {
+            QCOMPARE(unit.listRow(start + i).volts, double(i + 1));
+            QCOMPARE(unit.listRow(start + i).amps, 0.5);
+            QCOMPARE(unit.listRow(start + i).seconds, (i + 1) / 10.0);
+        }
+    }
+    if (delayer)
+        QCOMPARE(unit.delayerBase().stopRule, QStringLiteral("None"));
+    else
+        QCOMPARE(unit.listBase().count, sent);
+}
+
+void TestProgrammerUpload::refused_data()
+{
+    QTest::addColumn<QString>("situation");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("list running") << "running"
+                                  << "The list is running";
+    QTest::newRow("disconnected") << "disconnected" << QString();
+    QTest::newRow("empty table") << "empty"
+                                 << "The list data is empty";
+}
+
+// Nothing of the sequence is written, and the dialog is usable again at once.
+void TestProgrammerUpload::refused()
+{
+    QFETCH(QString, situation);
+    QFETCH(QString, message);
+    DialogProgrammer* dialog = openDialog();
+    if (situation != QLatin1String("empty"))
+        fillRows(dialog->findChild<QTableView*>("tvList"), {{1.0, 0.5, 0.2}}, 1);
+    if (situation == QLatin1String("running")) {
+        kvrsim::KvrListBase endless;
+        endless.cycles = 0;
+        QCOMPARE(m_server.instrument().setListBase(endless), 0);
+        QCOMPARE(m_server.instrument().setListRunning(true), 0);
+    } else if (situation == QLatin1String("disconnected")) {
+        driver()->close();
+        QVERIFY(waitUntil([this] { return !driver()->active(); }));
+    }
+    m_server.clearLog();
+
+    QTest::mouseClick(dialog->findChild<QPushButton*>("btnListUpload"), Qt::LeftButton);
+    if (situation == QLatin1String("disconnected") || situation == QLatin1String("empty"))
+        QVERIFY(idle(dialog)); // no answer awaited
+    QVERIFY(waitUntil([&] { return idle(dialog); }));
+    QCOMPARE(dialog->findChild<QStatusBar*>()->currentMessage(), message);
+    QStringList const written = sequenceLines(m_server.receivedLines(), QStringLiteral(":LIST"))
+                                    .filter(QRegularExpression(QStringLiteral("^[^?]*$")));
+    QCOMPARE(written, QStringList());
+}
+
+// A reply that comes after the dialog has gone finds no one to move on, and harms nothing.
+void TestProgrammerUpload::lateReplyAfterClose()
+{
+    DialogProgrammer* dialog = openDialog();
+    fillRows(dialog->findChild<QTableView*>("tvList"), {}, 20);
+    m_server.clearLog();
+    QTest::mouseClick(dialog->findChild<QPushButton*>("btnListUpload"), Qt::LeftButton);
+    auto* bar = dialog->findChild<QProgressBar*>();
+    QVERIFY(waitUntil([&] { return bar->value() >= 2; }));
+    int const handedOut = bar->value();
+    QPointer<DialogProgrammer> guard(dialog);
+    dialog->reject();
+    QVERIFY(waitUntil([&] { return guard.isNull(); }));
+    int const seen = int(m_server.receivedLines().size());
+    QVERIFY(waitUntil([&] { return m_server.receivedLines().size() > seen + 60; }));
+    QCOMPARE(sequenceLines(m_server.receivedLines(), QStringLiteral(":LISTout:PARAmeter ")).size(),
+             handedOut);
+}
+
+QTEST_MAIN(TestProgrammerUpload)
+#include "tst_programmerupload.moc"
