@@ -4,8 +4,6 @@
 
 #include "dpdatarender.h"
 
-#include <QMenu>
-#include <QSignalSpy>
 #include <QtTest>
 
 namespace {
@@ -39,8 +37,6 @@ private Q_SLOTS:
     void wheelAndDoubleClick_data();
     void wheelAndDoubleClick();
     void selectionAndTracer();
-    void moveAfterClear();
-    void contextMenu();
 
 private:
     void addPoints(int count)
@@ -208,43 +204,6 @@ void TestPlotHouse::selectionAndTracer()
     QFlags<Qt::Orientation> orientations;
     QCOMPARE(m_house->getUsefulAxes(orientations), m_plot->axisRect()->axes());
     QCOMPARE(orientations, Qt::Horizontal | Qt::Vertical);
-}
-
-void TestPlotHouse::moveAfterClear()
-{
-    addPoints(5);
-    m_house->replot();
-    m_plot->replot();
-    QTest::mouseClick(m_plot, Qt::LeftButton, {}, pointOf(0, 2));
-    QVERIFY(m_house->selectedGraph());
-    QPoint const where = pointOf(0, 3);
-    m_house->clear();
-    QCOMPARE(m_plot->graph(0)->dataCount(), 0);
-    QVERIFY(m_house->tracer());
-    // The search of an empty graph gives 0, for which no sample exists: the receiver's matter.
-    QList<int> updates;
-    connect(m_house, &PlotHouse::tracerUpdate, this,
-            [&](QCPGraph const& graph, int index, QString&) { updates << index << graph.dataCount(); });
-    move(where);
-    QCOMPARE(updates, (QList<int> {0, 0}));
-}
-
-void TestPlotHouse::contextMenu()
-{
-    QSignalSpy saves(m_house, &PlotHouse::actionSave);
-    QStringList shown;
-    QTimer::singleShot(0, this, [&] {
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        QVERIFY(menu);
-        for (QAction* action : menu->actions())
-            shown << (action->isSeparator() ? QStringLiteral("|") : action->text());
-        menu->actions().first()->trigger();
-        menu->close();
-    });
-    QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(10, 10), m_plot->mapToGlobal(QPoint(10, 10)));
-    QApplication::sendEvent(m_plot, &event);
-    QCOMPARE(shown, (QStringList {"Save", "|", "Clear"}));
-    QCOMPARE(saves.count(), 1);
 }
 
 QTEST_MAIN(TestPlotHouse)

@@ -33,7 +33,6 @@ private Q_SLOTS:
     void looks_data();
     void looks();
     void madeByMetaType();
-    void widgetBoxClear();
 };
 
 void TestChannelWidget::looks_data()
@@ -113,22 +112,6 @@ void TestChannelWidget::madeByMetaType()
     QVERIFY(!widget->isActive());
     QCOMPARE(widget->metaObject()->className(), "ChannelWidget");
     type.destroy(made);
-}
-
-void TestChannelWidget::widgetBoxClear()
-{
-    WidgetBox box(nullptr, {}, QBoxLayout::TopToBottom);
-    box.clear();
-    QCOMPARE(box.layout()->count(), 0);
-    auto* first = new QLabel(QStringLiteral("a"));
-    auto* second = new QLabel(QStringLiteral("b"));
-    box.add(*first);
-    box.insert(*second, 0);
-    QCOMPARE(box.layout()->itemAt(0)->widget(), second);
-    box.clear();
-    QCOMPARE(box.layout()->count(), 0);
-    QCOMPARE(box.findChildren<QLabel*>().size(), 2);
-    QCOMPARE(first->parentWidget(), &box);
 }
 
 QTEST_MAIN(TestChannelWidget)

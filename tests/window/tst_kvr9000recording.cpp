@@ -105,11 +105,6 @@ private:
     }
     // Stops the recording so that table and chart hold still; the panels go on.
     void pause() { child<QAction>("actionPause")->trigger(); }
-    bool waitForSamples(int count)
-    {
-        QSignalSpy samples(driver(), &MyDMM::updateData);
-        return waitUntil([&] { return samples.count() >= count; });
-    }
     QPoint pointOf(int graph, int index) const
     {
         QCPGraph* g = chart()->graph(graph);
@@ -175,12 +170,6 @@ void TestKvr9000Recording::samplesBecomeRowsAndPoints()
 
     // Three graphs apart, one value axis each, on a date-time axis that follows the newest.
     QCustomPlot* plot = chart();
-    QStringList headers;
-    for (int c = 0; c < table()->columnCount(); ++c)
-        headers << table()->headerData(c, Qt::Horizontal).toString();
-    QCOMPARE(headers.join(','),
-             QStringLiteral("No.,Date/Time,Mode,Voltage(V),Current(A),Power(W),"
-                            "P/S Voltage(V),P/S Current(A),P/S Power(W)"));
     QStringList graphs;
     for (int g = 0; g < plot->graphCount(); ++g) {
         QCPGraph* graph = plot->graph(g);
@@ -191,12 +180,9 @@ void TestKvr9000Recording::samplesBecomeRowsAndPoints()
     QCOMPARE(graphs,
              (QStringList {"Voltage(V) #8EEB00 Voltage(V) 1", "Current(A) #133AAC Current(A) 2",
                            "Power(W) #FF5600 Power(W) 2"}));
-    double const last = (plot->graph(0)->data()->constEnd() - 1)->key;
-    QCOMPARE(plot->xAxis->range().upper, last);
-    QVERIFY(plot->graph(0)->data()->at(5)->value != plot->graph(1)->data()->at(5)->value);
+    QCOMPARE(plot->xAxis->range().upper, (plot->graph(0)->data()->constEnd() - 1)->key);
     auto ticker = plot->xAxis->ticker().dynamicCast<QCPAxisTickerDateTime>();
-    QVERIFY(ticker);
-    QCOMPARE(ticker->dateTimeFormat(), QStringLiteral("yyyy-MM-dd\nHH:mm:ss"));
+    QCOMPARE(ticker ? ticker->dateTimeFormat() : QString(), QStringLiteral("yyyy-MM-dd\nHH:mm:ss"));
     // 0.1 V to 5 % over 40 V, widened by 3 % about its middle.
     QCOMPARE(plot->yAxis->range().lower, -0.5285);
     QCOMPARE(plot->yAxis->range().upper, 42.6285);
@@ -226,16 +212,19 @@ void TestKvr9000Recording::gate()
     if (paused)
         pause();
 
+    // A second of polling: dozens of samples, and three firings of a 300 ms timer.
     QElapsedTimer clock;
     clock.start();
     int const before = rows();
-    QVERIFY(waitForSamples(interval > 0 ? 60 : 30));
+    QSignalSpy samples(driver(), &MyDMM::updateData);
+    QVERIFY(waitUntil([&] { return clock.elapsed() >= 1000 && samples.count() >= 20; }));
     qint64 const elapsed = clock.elapsed();
+    int const added = rows() - before;
     if (paused)
-        QCOMPARE(rows(), before);
+        QCOMPARE(added, 0);
     else if (interval > 0)
-        QVERIFY2(rows() - before <= elapsed / interval + 1 && rows() - before >= 1,
-                 qPrintable(QStringLiteral("%1 rows in %2 ms").arg(rows() - before).arg(elapsed)));
+        QVERIFY2(added >= 2 && added <= elapsed / interval + 1,
+                 qPrintable(QStringLiteral("%1 rows in %2 ms").arg(added).arg(elapsed)));
     else
         QCOMPARE(rows(), options.at(1).toInt());
 
