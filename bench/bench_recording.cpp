@@ -1,0 +1,225 @@
+// The cost of one recorded sample in the instrument window: the whole fan-out of a published
+// sample (panel, table row, three chart points, scroll and chart refresh, then the repaint),
+// with 100, 10 000 and 100 000 rows already recorded; the export of 100 000 rows to CSV; and
+// the resident memory that one more recorded sample costs. Runs offscreen.
+
+#include "kvr9000.h"
+#include "kvr9000window.h"
+#include "mydmm.h"
+
+#include "datamodel.h"
+#include "dmmhelper.h"
+#include "kvrinstrument.h"
+#include "simserver.h"
+#include "util/character.h"
+#include "widget/equipmentinfo.h"
+
+#include <QAbstractTableModel>
+#include <QAction>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFile>
+#include <QSettings>
+#include <QSplitter>
+#include <QStandardPaths>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <qcustomplot.h>
+
+#include <malloc.h>
+
+#include <cstdio>
+#include <functional>
+
+namespace {
+
+constexpr int kMeasured = 500; // samples timed at each record length
+
+bool waitUntil(std::function<bool()> const& done, int timeoutMs = 10000)
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (!done() && clock.elapsed() < timeoutMs)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    return done();
+}
+
+long residentBytes()
+{
+    QFile status(QStringLiteral("/proc/self/statm"));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    QList<QByteArray> const fields = status.readAll().split(' ');
+    return fields.size() > 1 ? fields.at(1).toLong() * 4096 : 0;
+}
+
+// Fresh samples in the driver's own shape: the template's settings, new readings with texts of
+// their own, and times 10 ms apart.
+class SampleMaker
+{
+public:
+    explicit SampleMaker(DmmData const& pattern)
+        : m_pattern(pattern)
+        , m_time(pattern.dateTime())
+    {
+    }
+
+    QSharedPointer<DmmData> next()
+    {
+        auto sample = QSharedPointer<DmmData>::create(m_pattern);
+        m_time = m_time.addMSecs(10);
+        sample->setDateTime(m_time);
+        double const wave = (m_count++ % 97) * 0.001;
+        Channel& ch = sample->channels.first();
+        ch.voltage.measured = dmmhelper::makeVUVB(QString::number(30.0 + wave, 'f', 4));
+        ch.current.measured = dmmhelper::makeAUVB(QString::number(15.0 + wave, 'f', 4));
+        ch.power = dmmhelper::makeUVB(QString::number(450.0 + wave * 30, 'f', 4), 0, 3, dmmhelper::kUnitWatt);
+        return sample;
+    }
+
+private:
+    DmmData m_pattern;
+    QDateTime m_time;
+    int m_count = 0;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // Line by line, so that a long run shows its figures as they come.
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    QStandardPaths::setTestModeEnabled(true);
+    QCoreApplication::setOrganizationName(QStringLiteral("zelt-bench"));
+    QCoreApplication::setApplicationName(QStringLiteral("bench_recording"));
+    QSettings().clear();
+
+    QString const model = QStringLiteral("KVR9040-40");
+    kvrsim::SimServer server;
+    kvrsim::SimOptions options;
+    options.model = model;
+    options.latencyMs = 0;
+    if (!server.start(options)) {
+        std::fprintf(stderr, "simulator: %s\n", qPrintable(server.errorString()));
+        return 1;
+    }
+    server.instrument().setLoad(2.0);
+    server.instrument().setVoltage(30.0);
+    server.instrument().setCurrent(20.0);
+    server.instrument().setOutput(true);
+
+    KVR9000 plugin;
+    auto* window = qobject_cast<KVR9000Window*>(plugin.window(zelt::widget::EquipmentInfo::makeVisa(
+        model, QStringLiteral("KVR9000"), model, server.resourceString())));
+    if (!window)
+        return 1;
+    window->resize(1280, 800);
+    window->show();
+    MyDMM* driver = window->findChild<MyDMM*>();
+    auto* table = window->findChild<QTableView*>(QStringLiteral("tv1"));
+    auto* record = qobject_cast<DataModel*>(table->model());
+    auto* splitter = window->findChild<QSplitter*>(QStringLiteral("splitterView"));
+    auto* chart = qobject_cast<QCustomPlot*>(splitter->widget(splitter->count() - 1));
+    if (!record || !chart || !waitUntil([&] { return record->rowCount() >= 2; }))
+        return 1;
+
+    // The driver stops polling: from here on the samples are the benchmark's own, published
+    // through the driver's signal as the driver publishes its own.
+    window->findChild<QAction*>(QStringLiteral("actionStart"))->trigger();
+    if (!waitUntil([&] { return !driver->active(); }))
+        return 1;
+    SampleMaker maker(*driver->lastMeasureData());
+    auto publish = [&] {
+        emit driver->updateData(maker.next());
+    };
+    // Microseconds per sample, each followed by the repaint it asks for.
+    auto cost = [&] {
+        QElapsedTimer clock;
+        clock.start();
+        for (int i = 0; i < kMeasured; ++i) {
+            publish();
+            QCoreApplication::processEvents();
+        }
+        return double(clock.nsecsElapsed()) / kMeasured / 1000.0;
+    };
+    // A long record is filled in bulk: the table by its model's addData of many, the chart by
+    // its graphs. Only the render's own list, which the tracer alone reads, stays shorter.
+    auto bulk = [&](int rows) {
+        QList<QSharedPointer<DmmData>> samples;
+        QVector<double> keys;
+        QVector<double> values[3];
+        while (record->rowCount() + samples.size() < rows) {
+            samples.append(maker.next());
+            Channel const& ch = samples.last()->channels.first();
+            keys.append(QCPAxisTickerDateTime::dateTimeToKey(samples.last()->dateTime()));
+            values[0].append(ch.voltage.measured.value);
+            values[1].append(ch.current.measured.value);
+            values[2].append(ch.power.value);
+        }
+        record->addData(samples);
+        for (int g = 0; g < 3; ++g)
+            chart->graph(g)->addData(keys, values[g], true);
+        QCoreApplication::processEvents();
+    };
+
+    for (int i = 0; i < 100; ++i)
+        publish();
+    double const cost100 = cost();
+    std::printf("rows=%d cost_us=%.1f\n", int(record->rowCount()), cost100);
+
+    bulk(10000);
+    double const cost10k = cost();
+    std::printf("rows=%d cost_us=%.1f\n", int(record->rowCount()), cost10k);
+
+    // Memory: resident growth over the next samples, each published as the driver would,
+    // with a repaint now and then as a busy event loop does.
+    constexpr int kGrown = 20000;
+    QCoreApplication::processEvents();
+    malloc_trim(0);
+    long const rssBefore = residentBytes();
+    size_t const heapBefore = mallinfo2().uordblks;
+    for (int i = 0; i < kGrown; ++i) {
+        publish();
+        if (i % 100 == 0)
+            QCoreApplication::processEvents();
+    }
+    QCoreApplication::processEvents();
+    malloc_trim(0);
+    double const rssPerSample = double(residentBytes() - rssBefore) / kGrown;
+    double const heapPerSample = double(mallinfo2().uordblks - heapBefore) / kGrown;
+    // What a sample, its row and its points hold: the sample measured alone, two list entries
+    // (the model's and the render's) and three chart points of a key and a value.
+    size_t const alone = mallinfo2().uordblks;
+    QList<QSharedPointer<DmmData>> probe;
+    for (int i = 0; i < 10000; ++i)
+        probe.append(maker.next());
+    double const sampleBytes = double(mallinfo2().uordblks - alone) / probe.size() - sizeof(probe.first());
+    probe.clear();
+    double const heldBytes = sampleBytes + 2 * sizeof(QSharedPointer<DmmData>) + 3 * 2 * sizeof(double);
+    std::printf("rss_per_sample_bytes=%.0f heap_per_sample_bytes=%.0f held_bytes=%.0f rss_to_held=%.2f\n",
+                rssPerSample, heapPerSample, heldBytes, rssPerSample / heldBytes);
+
+    // The export of exactly 100 000 rows, as the window's Export writes them.
+    bulk(100000);
+    QTemporaryDir dir;
+    QElapsedTimer exportClock;
+    exportClock.start();
+    bool const exported = zelt::util::character::Character::csvSave(
+        dir.filePath(QStringLiteral("record.csv")), record, false);
+    double const exportSeconds = exportClock.nsecsElapsed() / 1e9;
+    std::printf("export_rows=%d exported=%d\n", int(record->rowCount()), int(exported));
+
+    double const cost100k = cost();
+    std::printf("rows=%d cost_us=%.1f\n", int(record->rowCount()), cost100k);
+
+    std::printf("cost_100_us=%.1f cost_10k_us=%.1f cost_100k_us=%.1f ratio=%.2f export_100k_s=%.3f "
+                "rss_per_sample_bytes=%.0f\n",
+                cost100, cost10k, cost100k, cost100k / cost100, exportSeconds, rssPerSample);
+    window->close();
+    return exported ? 0 : 1;
+}
