@@ -13,9 +13,6 @@ private slots:
     void powerModeText();
     void vbText();
     void makeUVB();
-    void internWord_data();
-    void internWord();
-    void unitsAreShared();
 };
 
 void TestDmmHelper::powerModeText_data()
@@ -70,39 +67,6 @@ void TestDmmHelper::makeUVB()
     QCOMPARE(bad.kind, 1);
     QVERIFY(qIsNaN(bad.value));
     QCOMPARE(bad.unit, QStringLiteral("V/s"));
-}
-
-void TestDmmHelper::internWord_data()
-{
-    QTest::addColumn<QString>("word");
-    QTest::addColumn<bool>("known");
-    QTest::newRow("CV") << "CV" << true;
-    QTest::newRow("mode word") << "EXT_V" << true;
-    QTest::newRow("other case") << "cv" << false;
-    QTest::newRow("unknown") << "BOOST" << false;
-}
-
-void TestDmmHelper::internWord()
-{
-    QFETCH(QString, word);
-    QFETCH(bool, known);
-    // Built at run time, as an answer from the instrument is.
-    QString const fresh = QString::fromUtf8(word.toUtf8());
-    QString const first = dmmhelper::internWord(fresh);
-    QString const second = dmmhelper::internWord(QString::fromUtf8(word.toUtf8()));
-    QCOMPARE(first, word);
-    QCOMPARE(second, word);
-    QCOMPARE(first.constData(), known ? second.constData() : fresh.constData());
-}
-
-void TestDmmHelper::unitsAreShared()
-{
-    // A history of samples must not hold a unit string per box.
-    QUnitValueBox const volts = dmmhelper::makeVUVB(QStringLiteral("12.000"));
-    QUnitValueBox const amperes = dmmhelper::makeAUVB(QStringLiteral("1.500"));
-    QCOMPARE(volts.unit.constData(), dmmhelper::kUnitVolt.constData());
-    QCOMPARE(amperes.unit.constData(), dmmhelper::kUnitAmpere.constData());
-    QCOMPARE(dmmhelper::makeVUVB(QStringLiteral("12.000")).text.constData(), volts.text.constData());
 }
 
 QTEST_GUILESS_MAIN(TestDmmHelper)
