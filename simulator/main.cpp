@@ -58,6 +58,10 @@ int main(int argc, char* argv[])
          QStringLiteral("0")},
         {QStringLiteral("malform-every"), QStringLiteral("Answer one query in N with malformed text."),
          QStringLiteral("N"), QStringLiteral("0")},
+        {QStringLiteral("late-every"), QStringLiteral("Answer one query in N late (see --late-ms)."),
+         QStringLiteral("N"), QStringLiteral("0")},
+        {QStringLiteral("late-ms"), QStringLiteral("How late that answer comes, in milliseconds."),
+         QStringLiteral("M"), QStringLiteral("0")},
         {QStringLiteral("close-after"), QStringLiteral("Close a connection after N received lines."),
          QStringLiteral("N"), QStringLiteral("0")},
         {QStringLiteral("pty"),
@@ -104,6 +108,8 @@ int main(int argc, char* argv[])
     IntOption const intOptions[] = {{"latency-ms", &options.latencyMs},
                                     {"drop-every", &options.dropEvery},
                                     {"malform-every", &options.malformEvery},
+                                    {"late-every", &options.lateEvery},
+                                    {"late-ms", &options.lateMs},
                                     {"close-after", &options.closeAfterLines}};
     for (IntOption const& option : intOptions) {
         QString const name = QString::fromLatin1(option.name);
