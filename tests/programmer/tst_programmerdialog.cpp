@@ -215,11 +215,16 @@ void TestProgrammerDialog::storedTemplates_data()
     QTest::addColumn<int>("activeType");
     QTest::addColumn<double>("period"); // of the Sine record stored
     QTest::addColumn<QString>("typeShown");
+    QTest::addColumn<double>("periodShown"); // by the Sine page; 0: not on show
     QTest::addColumn<bool>("capNoted");
-    QTest::newRow("nothing stored") << 0 << 0 << 0.0 << "Sine" << false;
-    QTest::newRow("nine records give defaults") << 9 << 5 << 2.0 << "Sine" << false;
-    QTest::newRow("active type 5") << 8 << 5 << 2.0 << "Stair Up Down" << false;
-    QTest::newRow("sine past the row cap") << 8 << 0 << 3600.0 << "Sine" << true;
+    QList<ListTemplateParam> defaults;
+    resetListTemplateParams(defaults);
+    double const byDefault = defaults.at(0).period;
+    QTest::newRow("nothing stored") << 0 << 0 << 0.0 << "Sine" << byDefault << false;
+    QTest::newRow("nine records give defaults") << 9 << 5 << 7.0 << "Sine" << byDefault << false;
+    QTest::newRow("active type 5") << 8 << 5 << 7.0 << "Stair Up Down" << 0.0 << false;
+    QTest::newRow("sine kept") << 8 << 0 << 7.0 << "Sine" << 7.0 << false;
+    QTest::newRow("sine past the row cap") << 8 << 0 << 3600.0 << "Sine" << 3600.0 << true;
 }
 
 // What a closing stores, the next opening shows: per instrument, with a bad record set
@@ -230,6 +235,7 @@ void TestProgrammerDialog::storedTemplates()
     QFETCH(int, activeType);
     QFETCH(double, period);
     QFETCH(QString, typeShown);
+    QFETCH(double, periodShown);
     QFETCH(bool, capNoted);
     Option option = makeOption();
     Helper::getInstance().setOption(option);
@@ -253,8 +259,8 @@ void TestProgrammerDialog::storedTemplates()
         QCOMPARE(dialog.findChild<QStatusBar*>()->currentMessage().contains(QString::number(kMaxWaveRows)),
                  capNoted);
         QCOMPARE(dialog.findChild<QTableView*>("tvListTemplate")->model()->rowCount() <= kMaxWaveRows, true);
-        if (records == 8 && activeType == 0)
-            QCOMPARE(dialog.findChild<QDoubleSpinBox*>("sbListTempPeriod0")->value(), period);
+        if (periodShown > 0)
+            QCOMPARE(dialog.findChild<QDoubleSpinBox*>("sbListTempPeriod0")->value(), periodShown);
         type->setCurrentIndex(3);
     }
     // The closing kept what it showed.
