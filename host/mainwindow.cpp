@@ -168,6 +168,7 @@ void MainWindow::closeEvent(QCloseEvent* event)
 {
     if (m_closeBoundPassed || !instrumentsOpen()) {
         QMainWindow::closeEvent(event);
+        emit closed();
         return;
     }
     event->ignore();

@@ -39,6 +39,8 @@ public:
 Q_SIGNALS:
     // An instrument window has told that it opened.
     void equipmentOpened(QSharedPointer<zelt::widget::EquipmentInfo> const& info);
+    // The main window has closed, after its instrument windows.
+    void closed();
 
 protected:
     // The main window goes only after every instrument window has closed through its own

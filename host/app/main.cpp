@@ -129,6 +129,11 @@ int main(int argc, char* argv[])
 
     QString const screenshot = parser.value("screenshot");
     int screenshotResult = 0;
+    // A dialog or message box still open would keep the application from quitting by itself.
+    QObject::connect(&window, &zelt::host::MainWindow::closed, qApp, [&screenshotResult, screenshot] {
+        if (!screenshot.isEmpty())
+            QCoreApplication::exit(screenshotResult);
+    });
     // Ends the run as a user's quit does, so that every instrument window saves its settings.
     auto grab = [&window, &screenshotResult, screenshot] {
         QString const path = QFileInfo(screenshot).absoluteFilePath();
@@ -156,7 +161,8 @@ int main(int argc, char* argv[])
     } else if (plugins.findModel(kDefaultModel)) {
         opening = window.openSimulated(kDefaultModel, name, &error);
     } else {
-        window.showConnectDialog(false);
+        // From the event loop: a message box it may show must not hold up what follows.
+        QTimer::singleShot(0, &window, [&window] { window.showConnectDialog(false); });
     }
     if (!error.isEmpty()) {
         std::fprintf(stderr, "%s\n", qPrintable(error));

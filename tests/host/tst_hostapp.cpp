@@ -94,6 +94,10 @@ void TestHostApp::commandLine_data()
     QTest::newRow("screenshot, nobody listening")
         << shot + resource + QStringList {"--model", "KVR9800-2", "--name", "bench"} << 0 << "host.png\n$"
         << "";
+    // The box that says no plug-in is loaded must not keep the run from ending.
+    QTest::newRow("screenshot, no plug-in")
+        << QStringList {"--plugin-dir", m_empty.path()} + shot.mid(2) << 0 << "host.png\n$"
+        << "";
     if (ZELT_HAVE_SIMULATOR)
         QTest::newRow("screenshot, simulated")
             << shot + QStringList {"--simulate", "KVR9040-40"} << 0 << "host.png\n$"
