@@ -61,7 +61,6 @@ private Q_SLOTS:
     void executeRow();
     void contextMenu_data();
     void contextMenu();
-    void optionsKeepRows();
 
 private:
     bool openRunning()
@@ -196,25 +195,6 @@ void TestQuickSettingsWindow::contextMenu()
     QCOMPARE(QSettings().value(kKey).toByteArray().size(), 4 + 16 * after.size());
     QVERIFY(openRunning());
     QCOMPARE(shownRows(table()->model()), after);
-}
-
-void TestQuickSettingsWindow::optionsKeepRows()
-{
-    storeRows({{1.0, 0.1}, {10.0, 0.01}});
-    QByteArray const stored = QSettings().value(kKey).toByteArray();
-    QVERIFY(openRunning());
-    // The options dialog writes all settings whether or not it is accepted.
-    QTimer watcher;
-    watcher.setInterval(10);
-    connect(&watcher, &QTimer::timeout, this, [] {
-        if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget()))
-            dialog->reject();
-    });
-    watcher.start();
-    child<QAction>("actionOptions")->trigger();
-    QVERIFY(QSettings().contains(kModel + QStringLiteral("/SamplePoints")));
-    QCOMPARE(QSettings().value(kKey).toByteArray(), stored);
-    QCOMPARE(shownRows(table()->model()), (QStringList {"1.000/0.100", "10.000/0.010"}));
 }
 
 QTEST_MAIN(TestQuickSettingsWindow)
