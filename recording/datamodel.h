@@ -42,7 +42,7 @@ public:
     QList<Column*> const& columns() const { return m_columns; }
     // The channel of a column where each channel has three columns from firstColumn on.
     int getChannelIndex(int column, int firstColumn) const;
-    // The display text of the Mode column of a row.
+    // The display text of column 2 of a row, the mode in a single-channel table.
     QVariant getMainValue(int row) const;
 
 protected:
