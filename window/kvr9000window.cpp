@@ -37,6 +37,7 @@
 #include <QHeaderView>
 #include <QMenu>
 #include <QMessageBox>
+#include <QScrollBar>
 #include <QSettings>
 #include <QSlider>
 #include <QSpinBox>
@@ -269,49 +270,50 @@ void KVR9000Window::init_other_widget()
          QString::fromLatin1(QSlider::staticMetaObject.className())},
         true);
 
-    blockSignalOfConfigWidget(true);
-    for (char const* mode : kPowerModes)
-        ui->cbbMode->addItem(translatedPowerModeText(QLatin1String(mode)), QString::fromLatin1(mode));
-    ui->cbbMode->setCurrentIndex(0);
-    ui->spinSlaveID->setRange(1, 2);
-    ui->spinSlaveID->setButtonSymbols(QAbstractSpinBox::NoButtons);
-    ui->cbbPowerOut->addItem(tr("OFF"), QStringLiteral("OFF"));
-    ui->cbbPowerOut->addItem(tr("Keep"), QStringLiteral("KEEP"));
-    ui->cbbPowerOut->setCurrentIndex(0);
-    for (QSpinBox* delay : {ui->spinOVPDelay, ui->spinOCPDelay}) {
-        delay->setRange(10, 10000);
-        delay->setSingleStep(10);
-        delay->setSuffix(QStringLiteral("ms"));
-    }
-    ui->cbbEload->addItem(tr("OFF"), QStringLiteral("OFF"));
-    ui->cbbEload->addItem(tr("ON"), QStringLiteral("ON"));
-    ui->cbbEload->setCurrentIndex(0);
+    {
+        ConfigSignalGuard const guard(*this);
+        for (char const* mode : kPowerModes)
+            ui->cbbMode->addItem(translatedPowerModeText(QLatin1String(mode)), QString::fromLatin1(mode));
+        ui->cbbMode->setCurrentIndex(0);
+        ui->spinSlaveID->setRange(1, 2);
+        ui->spinSlaveID->setButtonSymbols(QAbstractSpinBox::NoButtons);
+        ui->cbbPowerOut->addItem(tr("OFF"), QStringLiteral("OFF"));
+        ui->cbbPowerOut->addItem(tr("Keep"), QStringLiteral("KEEP"));
+        ui->cbbPowerOut->setCurrentIndex(0);
+        for (QSpinBox* delay : {ui->spinOVPDelay, ui->spinOCPDelay}) {
+            delay->setRange(10, 10000);
+            delay->setSingleStep(10);
+            delay->setSuffix(QStringLiteral("ms"));
+        }
+        ui->cbbEload->addItem(tr("OFF"), QStringLiteral("OFF"));
+        ui->cbbEload->addItem(tr("ON"), QStringLiteral("ON"));
+        ui->cbbEload->setCurrentIndex(0);
 
-    m_lblPowerMode = m_lcd->headerWidget(0);
-    m_lblSRMode = m_lcd->headerWidget(1);
-    m_lblCVCC = m_lcd->headerWidget(2);
-    m_lblOVP = m_lcd->headerWidget(3);
-    m_lblOCP = m_lcd->headerWidget(4);
-    m_lblPowerMode->setText(translatedPowerModeText(QLatin1String(dmmhelper::kPowerModeNormal)));
-    m_lblSRMode->setText(tr("VHS"));
-    m_lblCVCC->setText(tr("CV"));
-    m_lblOVP->setText(tr("OVP"));
-    m_lblOCP->setText(tr("OCP"));
+        m_lblPowerMode = m_lcd->headerWidget(0);
+        m_lblSRMode = m_lcd->headerWidget(1);
+        m_lblCVCC = m_lcd->headerWidget(2);
+        m_lblOVP = m_lcd->headerWidget(3);
+        m_lblOCP = m_lcd->headerWidget(4);
+        m_lblPowerMode->setText(translatedPowerModeText(QLatin1String(dmmhelper::kPowerModeNormal)));
+        m_lblSRMode->setText(tr("VHS"));
+        m_lblCVCC->setText(tr("CV"));
+        m_lblOVP->setText(tr("OVP"));
+        m_lblOCP->setText(tr("OCP"));
 
-    ui->cbbSRMode->addItem(tr("CV HighSpeed"), QLatin1String(dmmhelper::kSlewRateModeVHS));
-    ui->cbbSRMode->addItem(tr("CC HighSpeed"), QLatin1String(dmmhelper::kSlewRateModeIHS));
-    ui->cbbSRMode->addItem(tr("CV SlewRate"), QLatin1String(dmmhelper::kSlewRateModeVSR));
-    ui->cbbSRMode->addItem(tr("CC SlewRate"), QLatin1String(dmmhelper::kSlewRateModeISR));
-    for (QDoubleSpinBox* rate :
-         {ui->spinVSRRising, ui->spinVSRFalling, ui->spinISRRising, ui->spinISRFalling}) {
-        rate->setDecimals(3);
-        rate->setRange(0.01, 840);
+        ui->cbbSRMode->addItem(tr("CV HighSpeed"), QLatin1String(dmmhelper::kSlewRateModeVHS));
+        ui->cbbSRMode->addItem(tr("CC HighSpeed"), QLatin1String(dmmhelper::kSlewRateModeIHS));
+        ui->cbbSRMode->addItem(tr("CV SlewRate"), QLatin1String(dmmhelper::kSlewRateModeVSR));
+        ui->cbbSRMode->addItem(tr("CC SlewRate"), QLatin1String(dmmhelper::kSlewRateModeISR));
+        for (QDoubleSpinBox* rate :
+             {ui->spinVSRRising, ui->spinVSRFalling, ui->spinISRRising, ui->spinISRFalling}) {
+            rate->setDecimals(3);
+            rate->setRange(0.01, 840);
+        }
+        ui->spinInternalRES->setDecimals(3);
+        ui->spinInternalRES->setRange(0, 1);
+        ui->spinBrightness->setDecimals(0);
+        ui->spinBrightness->setRange(20, 100);
     }
-    ui->spinInternalRES->setDecimals(3);
-    ui->spinInternalRES->setRange(0, 1);
-    ui->spinBrightness->setDecimals(0);
-    ui->spinBrightness->setRange(20, 100);
-    blockSignalOfConfigWidget(false);
 
     m_quickSettingModel = new QuickSettingDataModel(m_quickSettings, this);
     // A view does not own its delegates: the window does.
@@ -372,6 +374,10 @@ void KVR9000Window::init_other_widget()
     });
 
     ui->actionTest->setVisible(false);
+    // A window too short for the panel scrolls it rather than squeezing its controls, and the
+    // splitter never cuts the panel's width.
+    ui->scrollControl->setMinimumWidth(ui->pnlControl->minimumSizeHint().width()
+                                       + ui->scrollControl->verticalScrollBar()->sizeHint().width());
     QMdiSubWindow::setWidget(ui->widget);
 }
 
@@ -1251,9 +1257,10 @@ void KVR9000Window::disableAndMonitorControlWidget(int rounds)
 {
     // Disabling moves the focus on, and the spin box that loses it finishes its editing:
     // that is no edit of the user's and must send nothing.
-    blockSignalOfConfigWidget(true);
-    changeControlWidgetEnalble(false);
-    blockSignalOfConfigWidget(false);
+    {
+        ConfigSignalGuard const guard(*this);
+        changeControlWidgetEnalble(false);
+    }
     m_monitor->in(rounds);
 }
 
@@ -1382,7 +1389,7 @@ void KVR9000Window::updateDataToConfig(QSharedPointer<DmmData> data)
 
     // A value from the instrument is no edit: nothing written here may send a command,
     // and the widget that the user is in keeps what is being typed.
-    blockSignalOfConfigWidget(true);
+    ConfigSignalGuard const guard(*this);
     ui->btnOutput->setStyleSheet(ch.outputOn ? QLatin1String(kOutputOnStyle) : QString());
     QWidget const* focused = getHasFocusWidgetOfConfig();
     auto free = [focused](QWidget const* widget) {
@@ -1448,7 +1455,6 @@ void KVR9000Window::updateDataToConfig(QSharedPointer<DmmData> data)
         ui->spinOCPDelay->setValue(cfg.ocpDelay);
     if (free(ui->cbbEload))
         selectByData(ui->cbbEload, cfg.eloadState);
-    blockSignalOfConfigWidget(false);
 }
 
 void KVR9000Window::blockSignalOfConfigWidget(bool block)

@@ -141,6 +141,22 @@ private:
     int recordedRowCount(int channel) const;
     bool isChannelChanged() const;
     void blockSignalOfConfigWidget(bool block);
+    // Blocks the control widgets' signals for its lifetime, so that no early return can
+    // leave the panel deaf to the user.
+    class ConfigSignalGuard
+    {
+    public:
+        explicit ConfigSignalGuard(KVR9000Window& window)
+            : m_window(window)
+        {
+            m_window.blockSignalOfConfigWidget(true);
+        }
+        ~ConfigSignalGuard() { m_window.blockSignalOfConfigWidget(false); }
+        Q_DISABLE_COPY_MOVE(ConfigSignalGuard)
+
+    private:
+        KVR9000Window& m_window;
+    };
     QWidget* getHasFocusWidgetOfConfig() const;
 
     bool execHistoryMenu();
