@@ -7,7 +7,7 @@ packages=(
     cmake ninja-build g++ pkg-config
     qt6-base-dev qt6-base-dev-tools qt6-serialport-dev
     libqcustomplot-dev liblxi-dev libtirpc-dev libgl-dev
-    fonts-dejavu-core
+    fonts-dejavu-core clang-format
 )
 
 missing=()

@@ -8,7 +8,8 @@ bash scripts/install-deps.sh
 
 build=${BUILD_DIR:-build-release}
 started=$SECONDS
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
+# The "run" preset of CMakePresets.json, so that an IDE builds the same tree.
+cmake --preset run -B "$build" >/dev/null
 cmake --build "$build" --target zelt-host kvr9000 kvr9000-sim
 elapsed=$((SECONDS - started))
 echo "Built in $((elapsed / 60)) min $((elapsed % 60)) s."

@@ -4,11 +4,11 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
+bash scripts/check-format.sh
 
 build=${BUILD_DIR:-build-check}
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
-    -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g" \
-    -DZELT_WERROR=ON -DZELT_SANITIZE=ON >/dev/null
+# The "check" preset of CMakePresets.json, so that an IDE builds the same tree.
+cmake --preset check -B "$build" >/dev/null
 cmake --build "$build"
 export QT_QPA_PLATFORM=offscreen
 ctest --test-dir "$build" --output-on-failure --timeout 300

@@ -65,7 +65,8 @@ int main(int argc, char* argv[])
         {QStringLiteral("close-after"), QStringLiteral("Close a connection after N received lines."),
          QStringLiteral("N"), QStringLiteral("0")},
         {QStringLiteral("pty"),
-         QStringLiteral("Serve a pseudo-terminal too, as a serial line; its path is the first line printed.")},
+         QStringLiteral(
+             "Serve a pseudo-terminal too, as a serial line; its path is the first line printed.")},
     });
     if (!parser.parse(QCoreApplication::arguments()))
         return fail(parser.errorText());
