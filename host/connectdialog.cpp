@@ -1,11 +1,14 @@
 #include "connectdialog.h"
 #include "ui_connectdialog.h"
 
+#include "measure/io/visa/visaio.h"
 #include "measure/io/visa/visaresource.h"
 
 #include <QPixmap>
 #include <QPushButton>
 #include <QSettings>
+#include <QSignalBlocker>
+#include <QToolButton>
 
 namespace zelt::host {
 
@@ -16,16 +19,23 @@ QString const kExampleResource = QStringLiteral("TCPIP0::192.168.1.100::5025::SO
 
 } // namespace
 
-ConnectDialog::ConnectDialog(QList<zelt::widget::ModelInfo> const& families, QWidget* parent)
+ConnectDialog::ConnectDialog(QList<zelt::widget::ModelInfo> const& families, QWidget* parent,
+                             ResourceFinder finder)
     : QDialog(parent)
     , ui(new Ui::ConnectDialog)
     , m_families(families)
+    , m_finder(finder ? std::move(finder) : ResourceFinder(&zelt::measure::io::visa::VisaIO::findResources))
 {
     ui->setupUi(this);
     for (auto const& family : std::as_const(m_families))
         ui->cbbFamily->addItem(family.familyName);
-    ui->cbbResource->addItems(recentResources());
-    ui->cbbResource->setCurrentIndex(0);
+    QStringList const recent = recentResources();
+    ui->cbbResource->addItems(recent);
+    m_recentCount = int(recent.size());
+    refreshFound();
+    // The newest recent resource, or an empty field showing the example.
+    ui->cbbResource->setCurrentIndex(recent.isEmpty() ? -1 : 0);
+    ui->cbbResource->setEditText(recent.value(0));
     ui->cbbResource->lineEdit()->setPlaceholderText(kExampleResource);
     ui->lblError->clear();
 
@@ -33,6 +43,7 @@ ConnectDialog::ConnectDialog(QList<zelt::widget::ModelInfo> const& families, QWi
     connect(ui->cbbModel, &QComboBox::currentIndexChanged, this, &ConnectDialog::updatePicture);
     connect(ui->checkSimulated, &QCheckBox::toggled, this, &ConnectDialog::updateSimulated);
     connect(ui->cbbResource, &QComboBox::editTextChanged, ui->lblError, &QLabel::clear);
+    connect(ui->btnRefresh, &QToolButton::clicked, this, &ConnectDialog::refreshFound);
     fillModels();
     updateSimulated();
     ui->buttonBox->button(QDialogButtonBox::Ok)->setEnabled(!m_families.isEmpty());
@@ -133,8 +144,30 @@ void ConnectDialog::updateSimulated()
 {
     bool const simulated = ui->checkSimulated->isChecked();
     ui->cbbResource->setEnabled(!simulated);
+    ui->btnRefresh->setEnabled(!simulated);
     ui->lblResource->setEnabled(!simulated);
     ui->lblError->clear();
+}
+
+void ConnectDialog::refreshFound()
+{
+    QComboBox* combo = ui->cbbResource;
+    QString const typed = combo->currentText();
+    QSignalBlocker const blocker(combo);
+    while (combo->count() > m_recentCount)
+        combo->removeItem(combo->count() - 1);
+
+    QStringList const found = m_finder();
+    if (!found.isEmpty() && m_recentCount > 0)
+        combo->insertSeparator(m_recentCount);
+    for (QString const& resource : found) {
+        int const known = combo->findText(resource);
+        if (known >= 0 && known < m_recentCount)
+            continue; // already offered among the recent ones
+        combo->addItem(resource);
+        combo->setItemData(combo->count() - 1, tr("Found on this computer"), Qt::ToolTipRole);
+    }
+    combo->setEditText(typed);
 }
 
 void ConnectDialog::remember(QString const& resource)

@@ -8,6 +8,9 @@
 #include <QDialog>
 #include <QList>
 #include <QSharedPointer>
+#include <QStringList>
+
+#include <functional>
 
 namespace Ui {
 class ConnectDialog;
@@ -28,7 +31,11 @@ class ConnectDialog : public QDialog
 {
     Q_OBJECT
 public:
-    explicit ConnectDialog(QList<zelt::widget::ModelInfo> const& families, QWidget* parent = nullptr);
+    // Lists the instruments reachable from this computer; VisaIO::findResources() by default.
+    using ResourceFinder = std::function<QStringList()>;
+
+    explicit ConnectDialog(QList<zelt::widget::ModelInfo> const& families, QWidget* parent = nullptr,
+                           ResourceFinder finder = {});
     ~ConnectDialog() override;
 
     // Preselects a model (of the first family that has it) and the kind of connection.
@@ -52,9 +59,13 @@ private:
     void updatePicture();
     void updateSimulated();
     void remember(QString const& resource);
+    // Offers what the finder lists now below the recent resources, keeping the typed text.
+    void refreshFound();
 
     Ui::ConnectDialog* ui;
     QList<zelt::widget::ModelInfo> m_families;
+    ResourceFinder m_finder;
+    int m_recentCount = 0;
 };
 
 } // namespace zelt::host

@@ -20,6 +20,8 @@ private Q_SLOTS:
     void socketResource();
     void simulated();
     void recentResources();
+    void foundResources_data();
+    void foundResources();
     void modelsAndPicture();
 
 private:
@@ -161,10 +163,64 @@ void TestConnectDialog::recentResources()
     QCOMPARE(ConnectDialog::recentResources(), used.mid(0, ConnectDialog::kRecentResourceCount));
 
     // A new dialog offers them, newest first.
-    ConnectDialog dialog(m_families);
+    ConnectDialog dialog(m_families, nullptr, [] { return QStringList(); });
     auto* combo = dialog.findChild<QComboBox*>("cbbResource");
     QCOMPARE(combo->count(), ConnectDialog::kRecentResourceCount);
     QCOMPARE(combo->currentText(), used.first());
+}
+
+void TestConnectDialog::foundResources_data()
+{
+    QTest::addColumn<QStringList>("recent");
+    QTest::addColumn<QStringList>("found");
+    QString const serial = QStringLiteral("ASRL/dev/ttyUSB0::INSTR");
+    QString const usb = QStringLiteral("USB0::0x1AB1::0x04CE::KVR404::INSTR");
+    QTest::newRow("none found") << QStringList() << QStringList();
+    QTest::newRow("found, none used yet") << QStringList() << QStringList {serial, usb};
+    QTest::newRow("found below the recent")
+        << QStringList {"TCPIP0::10.0.0.1::5025::SOCKET"} << QStringList {serial, usb};
+}
+
+void TestConnectDialog::foundResources()
+{
+    QFETCH(QStringList, recent);
+    QFETCH(QStringList, found);
+    QSettings().setValue("Connect/RecentResources", recent);
+    QStringList now = found;
+    ConnectDialog dialog(m_families, nullptr, [&now] { return now; });
+    auto* combo = dialog.findChild<QComboBox*>("cbbResource");
+    auto offered = [combo] {
+        QStringList texts;
+        for (int i = 0; i < combo->count(); ++i)
+            texts << combo->itemText(i);
+        return texts;
+    };
+    // Recent ones first, then a separator (its text is empty) when both are there.
+    auto expected = [&recent](QStringList const& found) {
+        return recent + (recent.isEmpty() || found.isEmpty() ? QStringList() : QStringList {QString()})
+            + found;
+    };
+    QCOMPARE(offered(), expected(found));
+    QCOMPARE(combo->currentText(), recent.value(0)); // nothing found is filled in unasked
+
+    // Picking a found one fills the field; without any, typing works as ever.
+    QString const resource
+        = found.isEmpty() ? QStringLiteral("TCPIP0::10.0.0.9::5025::SOCKET") : found.last();
+    if (found.isEmpty())
+        setResource(dialog, resource);
+    else
+        combo->setCurrentIndex(combo->findText(resource));
+    QCOMPARE(dialog.request().resource, resource);
+
+    // Refresh replaces what was found and keeps the text in the field.
+    now = QStringList {QStringLiteral("ASRL/dev/ttyACM3::INSTR")};
+    QTest::mouseClick(dialog.findChild<QToolButton*>("btnRefresh"), Qt::LeftButton);
+    QCOMPARE(offered(), expected(now));
+    QCOMPARE(combo->currentText(), resource);
+
+    dialog.accept();
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(ConnectDialog::recentResources().value(0), resource);
 }
 
 void TestConnectDialog::modelsAndPicture()
