@@ -1,8 +1,13 @@
 // Words per second through the command queue against a trivial answering peer
-// on loopback, next to a bare QTcpSocket ping-pong of the same lines.
+// on loopback, next to a bare QTcpSocket ping-pong of the same lines; and the
+// same queue over the other transports of VisaIO: a serial line on a
+// pseudo-terminal relayed to the peer, a VISA library (the stand-in one built
+// beside this benchmark) and VXI-11 to a small server on loopback.
 
 #include "measure/io/visa/visaio.h"
 #include "measure/measureinst.h"
+#include "ptybridge.h"
+#include "vxi11testserver.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -12,6 +17,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 
 using namespace zelt::measure;
 
@@ -114,10 +120,17 @@ public:
     std::function<void()> done;
 };
 
-double queue(quint16 port)
+QString socketResource(quint16 port)
 {
-    auto io
-        = QSharedPointer<io::visa::VisaIO>::create(QStringLiteral("TCPIP0::127.0.0.1::%1::SOCKET").arg(port));
+    return QStringLiteral("TCPIP0::127.0.0.1::%1::SOCKET").arg(port);
+}
+
+// Runs the queue over a channel on resource with the given settings; 0 when it cannot open.
+double queue(QString const& resource, QVariantMap const& attributes = {})
+{
+    auto io = QSharedPointer<io::visa::VisaIO>::create(resource);
+    for (auto it = attributes.begin(); it != attributes.end(); ++it)
+        io->setAttribute(it.key(), it.value());
     CountingInst inst(io, true);
     inst.setInterval(0);
     QEventLoop loop;
@@ -129,13 +142,16 @@ double queue(quint16 port)
     QObject::connect(&inst, &MeasureInst::stoped, &loop, [&] { loop.quit(); });
     inst.open();
     loop.exec();
-    double const rate = inst.answered * 1000.0 / qMax<qint64>(1, clock.elapsed());
+    double const rate
+        = inst.answered < kWordsPerRun ? 0.0 : inst.answered * 1000.0 / qMax<qint64>(1, clock.elapsed());
     inst.closeForce();
     return rate;
 }
 
 double median(QList<double> v)
 {
+    if (v.isEmpty())
+        return 0;
     std::sort(v.begin(), v.end());
     return v.at(v.size() / 2);
 }
@@ -146,35 +162,75 @@ int main(int argc, char* argv[])
 {
     QCoreApplication app(argc, argv);
 
+    // The peer and the relays to it run on their own thread, as an instrument would be elsewhere.
     QThread peerThread;
     auto* peer = new EchoPeer;
-    peer->moveToThread(&peerThread);
+    auto* pty = new kvrsim::PtyBridge;
+    auto* vxi11 = new Vxi11TestServer;
+    for (QObject* o : {static_cast<QObject*>(peer), static_cast<QObject*>(pty), static_cast<QObject*>(vxi11)})
+        o->moveToThread(&peerThread);
     peerThread.start();
     bool listening = false;
+    QString ptyError;
+    QString vxi11Error;
     QMetaObject::invokeMethod(
-        peer, [&] { listening = peer->listen(); }, Qt::BlockingQueuedConnection);
+        peer,
+        [&] {
+            listening = peer->listen();
+            if (listening && !pty->start(QHostAddress::LocalHost, peer->port()))
+                ptyError = pty->errorString();
+            auto answer = [](QString const&) -> std::optional<QString> {
+                return QStringLiteral("12.000");
+            };
+            if (!vxi11->start(answer))
+                vxi11Error = vxi11->errorString();
+        },
+        Qt::BlockingQueuedConnection);
     if (!listening) {
         std::fprintf(stderr, "cannot listen on loopback\n");
         return 1;
     }
+    QString const ptyResource = ptyError.isEmpty() ? pty->resourceString() : QString();
+    QVariantMap const library {{QStringLiteral("visaLibrary"), QStringLiteral(ZELT_BENCH_FAKEVISA)}};
 
     QList<double> bare;
     QList<double> queued;
-    // Interleaved rounds, so that a noisy moment of the machine hits both alike.
+    QList<double> serial;
+    QList<double> overLibrary;
+    QList<double> overVxi11;
+    // Interleaved rounds, so that a noisy moment of the machine hits all alike.
     for (int round = 0; round < kRounds; ++round) {
         bare.append(pingPong(peer->port()));
-        queued.append(queue(peer->port()));
-        std::printf("round %d: pingpong %.0f words/s, queue %.0f words/s\n", round + 1, bare.last(),
-                    queued.last());
+        queued.append(queue(socketResource(peer->port())));
+        if (ptyError.isEmpty())
+            serial.append(queue(ptyResource, {{QStringLiteral("baudRate"), 115200}}));
+        overLibrary.append(queue(socketResource(peer->port()), library));
+        if (vxi11Error.isEmpty())
+            overVxi11.append(queue(QStringLiteral("TCPIP::127.0.0.1::INSTR")));
+        std::printf("round %d: pingpong %.0f, queue %.0f, pty %.0f, visa library %.0f, vxi11 %.0f words/s\n",
+                    round + 1, bare.last(), queued.last(), serial.value(round), overLibrary.last(),
+                    overVxi11.value(round));
     }
     QMetaObject::invokeMethod(
-        peer, [peer] { delete peer; }, Qt::BlockingQueuedConnection);
+        peer,
+        [=] {
+            delete vxi11;
+            delete pty;
+            delete peer;
+        },
+        Qt::BlockingQueuedConnection);
     peerThread.quit();
     peerThread.wait();
 
+    if (!ptyError.isEmpty())
+        std::printf("no pseudo-terminal, pty_words_per_s=0: %s\n", qPrintable(ptyError));
+    if (!vxi11Error.isEmpty())
+        std::printf("no VXI-11 server, vxi11_words_per_s=0: %s\n", qPrintable(vxi11Error));
     double const b = median(bare);
     double const q = median(queued);
     std::printf("%d words per run, median of %d rounds\n", kWordsPerRun, kRounds);
-    std::printf("queue_words_per_s=%.0f pingpong_words_per_s=%.0f ratio=%.2f\n", q, b, b > 0 ? q / b : 0.0);
+    std::printf("queue_words_per_s=%.0f pingpong_words_per_s=%.0f ratio=%.2f pty_words_per_s=%.0f "
+                "vxi11_words_per_s=%.0f visalib_words_per_s=%.0f\n",
+                q, b, b > 0 ? q / b : 0.0, median(serial), median(overVxi11), median(overLibrary));
     return 0;
 }
