@@ -1296,16 +1296,23 @@ void DialogProgrammer::setupUploader(UploadMode mode)
         progressBar->setRange(0, count);
         progressBar->setValue(0);
         progressBar->show();
+        m_uploadShown.start();
         UploadParam param = getUploadParamFromUI(mode);
         param.groups = count;
         emit uploaderStarted(param);
     });
     connect(up, &ProgrammerUploader::nextData, this, [this, mode](int index, ProgrammerData const& data) {
-        progressBar->setValue(index + 1);
-        QTableView* view = mode == UploadList ? ui->tvList : ui->tvDelayer;
-        view->clearSelection();
-        view->selectionModel()->setCurrentIndex(view->model()->index(index, 0),
-                                                QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        // A repaint of the dialog costs more than a row's own exchange with the instrument, so
+        // the bar and the row in transit follow the upload at most 25 times a second, and
+        // always show its first and last rows.
+        if (index == 0 || index + 1 == progressBar->maximum() || m_uploadShown.hasExpired(40)) {
+            m_uploadShown.restart();
+            progressBar->setValue(index + 1);
+            QTableView* view = mode == UploadList ? ui->tvList : ui->tvDelayer;
+            view->clearSelection();
+            view->selectionModel()->setCurrentIndex(view->model()->index(index, 0),
+                                                    QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        }
         emit uploaderNextData(index, data);
     });
     connect(up, &ProgrammerUploader::error, this, &DialogProgrammer::uploaderError);

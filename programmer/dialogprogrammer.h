@@ -9,6 +9,7 @@
 #include "specific/uploadparam.h"
 
 #include <QDialog>
+#include <QElapsedTimer>
 #include <QList>
 #include <QModelIndex>
 
@@ -144,6 +145,7 @@ private:
     Ui_DialogProgrammer* ui = nullptr;
     QStatusBar* statusBar = nullptr;
     QProgressBar* progressBar = nullptr;
+    QElapsedTimer m_uploadShown; // since the bar and the row in transit were last redrawn
     zelt::specific::pxn3000s::programmer::ProgrammerUploader* uploader = nullptr;
     UploadMode m_uploadMode = UploadList;
 
