@@ -55,25 +55,32 @@ struct Figures
     double busyShare = 0;
 };
 
-struct Arrival
+// One upload from the dialog's button until the dialog is usable again. A query keeps the
+// client waiting until the simulator has actually sent its answer (its latency timer may fire
+// late, and that wait is still the instrument's); from then, and after a line that awaits
+// nothing, the time until the next line is the client's own.
+bool upload(kvrsim::SimServer& server, DialogProgrammer* dialog, bool delayer, Figures& out)
 {
-    qint64 nsecs;
-    bool query;
-};
-
-// One upload from the dialog's button until the dialog is usable again. The simulator sees each
-// line as it arrives; a query keeps the client waiting for the latency that follows it, and
-// whatever time lies between that answer and the next line is the client's own.
-bool upload(kvrsim::SimServer& server, DialogProgrammer* dialog, bool delayer, int latencyMs, Figures& out)
-{
-    QList<Arrival> arrivals;
+    int lines = 0;
     int sequenceLines = 0;
     QString const prefix = delayer ? QStringLiteral(":DELAY") : QStringLiteral(":LIST");
     QElapsedTimer clock;
+    qint64 idle = 0;
+    qint64 freeSince = 0; // when the client last became free to send
+    bool awaiting = false;
     auto const watch = QObject::connect(&server, &kvrsim::SimServer::lineReceived, [&](QString const& line) {
-        arrivals.append({clock.nsecsElapsed(), line.contains(QLatin1Char('?'))});
+        qint64 const now = clock.nsecsElapsed();
+        if (!awaiting)
+            idle += now - freeSince;
+        awaiting = line.contains(QLatin1Char('?'));
+        freeSince = now;
+        ++lines;
         if (line.startsWith(prefix))
             ++sequenceLines;
+    });
+    auto const answered = QObject::connect(&server, &kvrsim::SimServer::answerSent, [&] {
+        awaiting = false;
+        freeSince = clock.nsecsElapsed();
     });
     // The user watches the tab that uploads: its table follows the row in transit.
     dialog->findChild<QTabWidget*>(QStringLiteral("tabWidget"))->setCurrentIndex(delayer ? 1 : 0);
@@ -91,17 +98,13 @@ bool upload(kvrsim::SimServer& server, DialogProgrammer* dialog, bool delayer, i
     bool const done = dialog->isEnabled() && !bar->isVisible();
     qint64 const total = clock.nsecsElapsed();
     QObject::disconnect(watch);
+    QObject::disconnect(answered);
     if (!done || bar->value() != kRows)
         return false;
-
-    qint64 idle = arrivals.isEmpty() ? total : arrivals.first().nsecs;
-    for (int i = 0; i < arrivals.size(); ++i) {
-        qint64 const answered = arrivals.at(i).nsecs + (arrivals.at(i).query ? latencyMs * 1000000LL : 0);
-        qint64 const next = i + 1 < arrivals.size() ? arrivals.at(i + 1).nsecs : total;
-        idle += std::max<qint64>(0, next - answered);
-    }
+    if (!awaiting)
+        idle += total - freeSince;
     out.rowsPerSecond = kRows / (total / 1e9);
-    out.linesPerRow = double(arrivals.size()) / kRows;
+    out.linesPerRow = double(lines) / kRows;
     out.sequenceLinesPerRow = double(sequenceLines) / kRows;
     out.busyShare = 1.0 - double(std::min(idle, total)) / double(total);
     return true;
@@ -135,8 +138,7 @@ bool measure(int latencyMs, Figures& list, Figures& delayer)
     listView->model()->insertRows(0, kRows);
     delayerView->model()->insertRows(0, kRows);
 
-    bool const ok
-        = upload(server, dialog, false, latencyMs, list) && upload(server, dialog, true, latencyMs, delayer);
+    bool const ok = upload(server, dialog, false, list) && upload(server, dialog, true, delayer);
     window->close();
     runUntil([&] { return window.isNull(); }, 10000);
     return ok;

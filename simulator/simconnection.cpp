@@ -83,6 +83,7 @@ void SimConnection::write(QByteArray const& bytes)
     // Out at once: a client that half-closes after its last line (nc does) makes the socket
     // drop whatever is still buffered when the end of its stream is read.
     m_socket->flush();
+    emit answerSent();
 }
 
 void SimConnection::abort()

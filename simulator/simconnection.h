@@ -34,6 +34,8 @@ public:
 signals:
     void lineReceived(kvrsim::SimConnection* connection, QString const& line);
     void closed(kvrsim::SimConnection* connection);
+    // An answer line has gone out, after whatever latency held it back.
+    void answerSent();
 
 private:
     void readLines();

@@ -148,6 +148,7 @@ void SimServer::acceptConnections()
         auto* connection = new SimConnection(socket, this);
         connect(connection, &SimConnection::lineReceived, this, &SimServer::handleLine);
         connect(connection, &SimConnection::closed, this, &SimServer::removeConnection);
+        connect(connection, &SimConnection::answerSent, this, &SimServer::answerSent);
         m_connections.append(connection);
         emit clientConnected();
     }

@@ -73,6 +73,8 @@ public:
 
 signals:
     void lineReceived(QString const& line);
+    // An answer has gone out to a client: the moment the client may go on.
+    void answerSent();
     void clientConnected();
     void clientDisconnected();
 
