@@ -1,15 +1,15 @@
 // Samples per second of a polling driver against the simulated instrument, next to a bare
 // ping-pong of the same queries on a plain socket, and the heap that one retained sample costs.
 
-#include "mydmm.h"
+#include "driver/mydmm.h"
 
-#include "kvrinstrument.h"
-#include "kvrratings.h"
-#include "manualclock.h"
 #include "measure/io/abstractio.h"
 #include "measure/io/visa/visaio.h"
 #include "measure/wordbox.h"
-#include "simserver.h"
+#include "simulator/kvrinstrument.h"
+#include "simulator/kvrratings.h"
+#include "simulator/manualclock.h"
+#include "simulator/simserver.h"
 #include "util/code.h"
 
 #include <QCoreApplication>
@@ -122,7 +122,7 @@ public:
     {
         m_open = true;
         QMetaObject::invokeMethod(
-            this, [this] { emit opened(); }, Qt::QueuedConnection);
+            this, [this] { Q_EMIT opened(); }, Qt::QueuedConnection);
         return true;
     }
     void close() override { abort(); }
@@ -130,7 +130,7 @@ public:
     {
         m_open = false;
         QMetaObject::invokeMethod(
-            this, [this] { emit closed(); }, Qt::QueuedConnection);
+            this, [this] { Q_EMIT closed(); }, Qt::QueuedConnection);
     }
     bool isOpen() const override { return m_open; }
     QString description() const override { return QStringLiteral("in-process"); }
@@ -153,7 +153,7 @@ public:
                 m_answers.insert(line, answer);
         }
         QMetaObject::invokeMethod(
-            this, [this, answer] { emit dataReceived(answer); }, Qt::QueuedConnection);
+            this, [this, answer] { Q_EMIT dataReceived(answer); }, Qt::QueuedConnection);
         return true;
     }
 

@@ -6,8 +6,8 @@
 
 #include "measure/io/visa/visaio.h"
 #include "measure/measureinst.h"
-#include "ptybridge.h"
-#include "vxi11testserver.h"
+#include "simulator/ptybridge.h"
+#include "tests/measure/vxi11testserver.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

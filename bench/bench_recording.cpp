@@ -3,14 +3,14 @@
 // with 100, 10 000 and 100 000 rows already recorded; the export of 100 000 rows to CSV; and
 // the resident memory that one more recorded sample costs. Runs offscreen.
 
-#include "kvr9000.h"
-#include "kvr9000window.h"
-#include "mydmm.h"
+#include "driver/mydmm.h"
+#include "plugin/kvr9000.h"
+#include "window/kvr9000window.h"
 
-#include "datamodel.h"
-#include "dmmhelper.h"
-#include "kvrinstrument.h"
-#include "simserver.h"
+#include "driver/dmmhelper.h"
+#include "recording/datamodel.h"
+#include "simulator/kvrinstrument.h"
+#include "simulator/simserver.h"
 #include "util/character.h"
 #include "widget/equipmentinfo.h"
 
@@ -27,7 +27,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
-#include <qcustomplot.h>
+#include "plot/customplot.h"
 
 #include <malloc.h>
 
@@ -146,7 +146,7 @@ int main(int argc, char** argv)
         return 1;
     SampleMaker maker(*driver->lastMeasureData());
     auto publish = [&] {
-        emit driver->updateData(maker.next());
+        Q_EMIT driver->updateData(maker.next());
     };
     // Microseconds of the GUI thread's processor time per sample, each followed by the repaint
     // it asks for: the best of a few blocks. Processor time, not wall time, so that the

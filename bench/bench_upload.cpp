@@ -3,11 +3,11 @@
 // per second, lines on the wire per row, and the share of the upload's wall time in which a
 // word awaited the instrument's answer, at 0 ms and at 2 ms answer latency.
 
-#include "dialogprogrammer.h"
-#include "kvr9000.h"
-#include "kvr9000window.h"
-#include "mydmm.h"
-#include "simserver.h"
+#include "driver/mydmm.h"
+#include "plugin/kvr9000.h"
+#include "programmer/dialogprogrammer.h"
+#include "simulator/simserver.h"
+#include "window/kvr9000window.h"
 
 #include "widget/equipmentinfo.h"
 

@@ -1,4 +1,4 @@
-#include "dmmdata.h"
+#include "driver/dmmdata.h"
 
 DmmData::DmmData()
     : channels(1)

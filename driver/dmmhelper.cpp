@@ -1,4 +1,4 @@
-#include "dmmhelper.h"
+#include "driver/dmmhelper.h"
 
 #include <iterator>
 

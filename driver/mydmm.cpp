@@ -1,6 +1,6 @@
-#include "mydmm.h"
+#include "driver/mydmm.h"
 
-#include "dmmhelper.h"
+#include "driver/dmmhelper.h"
 
 #include "measure/commandbox.h"
 #include "measure/wordbox.h"
@@ -405,7 +405,7 @@ bool MyDMM::processEspecialCmd(QString const& text)
             if (m_current) {
                 m_current->setDateTime(QDateTime::currentDateTime());
                 m_history.append(m_current);
-                emit updateData(m_current);
+                Q_EMIT updateData(m_current);
             }
             break;
         case Sign::ListStateBegin:
@@ -416,19 +416,19 @@ bool MyDMM::processEspecialCmd(QString const& text)
             break;
         case Sign::ListStateEnd:
             m_listAndDelayer.kind = 1;
-            emit updateListout(m_listAndDelayer);
+            Q_EMIT updateListout(m_listAndDelayer);
             break;
         case Sign::ListNumEnd:
             m_listAndDelayer.kind = 2;
-            emit updateListout(m_listAndDelayer);
+            Q_EMIT updateListout(m_listAndDelayer);
             break;
         case Sign::DelayStateEnd:
             m_listAndDelayer.kind = 3;
-            emit updateListout(m_listAndDelayer);
+            Q_EMIT updateListout(m_listAndDelayer);
             break;
         case Sign::DelayNumEnd:
             m_listAndDelayer.kind = 4;
-            emit updateListout(m_listAndDelayer);
+            Q_EMIT updateListout(m_listAndDelayer);
             break;
         }
         return true;

@@ -2,7 +2,7 @@
 // Driver of one KVR9000: polls the instrument on the command queue, turns each pass of
 // the ring into a published DmmData, and forms the setting, list and delayer commands.
 
-#include "dmmdata.h"
+#include "driver/dmmdata.h"
 
 #include "measure/measureinst.h"
 

@@ -1,4 +1,4 @@
-#include "connectdialog.h"
+#include "host/connectdialog.h"
 #include "ui_connectdialog.h"
 
 #include "measure/io/visa/visaio.h"

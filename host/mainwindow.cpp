@@ -1,8 +1,8 @@
-#include "mainwindow.h"
+#include "host/mainwindow.h"
 
-#include "connectdialog.h"
-#include "pluginmanager.h"
-#include "simulatedinstrument.h"
+#include "host/connectdialog.h"
+#include "host/pluginmanager.h"
+#include "host/simulatedinstrument.h"
 
 #include "measure/io/visa/visaresource.h"
 #include "widget/equipmentwindow.h"
@@ -142,7 +142,7 @@ bool MainWindow::openEquipment(QSharedPointer<zelt::widget::EquipmentInfo> const
             [this](QSharedPointer<zelt::widget::EquipmentInfo> const& opened) {
                 if (opened)
                     statusBar()->showMessage(tr("%1 opened on %2").arg(opened->name, opened->resource), 5000);
-                emit equipmentOpened(opened);
+                Q_EMIT equipmentOpened(opened);
             });
     if (simulator) {
         // The simulator lives exactly as long as its window.
@@ -168,7 +168,7 @@ void MainWindow::closeEvent(QCloseEvent* event)
 {
     if (m_closeBoundPassed || !instrumentsOpen()) {
         QMainWindow::closeEvent(event);
-        emit closed();
+        Q_EMIT closed();
         return;
     }
     event->ignore();

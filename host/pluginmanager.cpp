@@ -1,4 +1,4 @@
-#include "pluginmanager.h"
+#include "host/pluginmanager.h"
 
 #include "widget/iequipment.h"
 

@@ -1,10 +1,10 @@
-#include "simulatedinstrument.h"
+#include "host/simulatedinstrument.h"
 
 #include <QThread>
 
 #if ZELT_HAVE_SIMULATOR
-#include "simoptions.h"
-#include "simserver.h"
+#include "simulator/simoptions.h"
+#include "simulator/simserver.h"
 #endif
 
 namespace zelt::host {

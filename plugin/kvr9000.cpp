@@ -1,6 +1,6 @@
-#include "kvr9000.h"
+#include "plugin/kvr9000.h"
 
-#include "kvr9000window.h"
+#include "window/kvr9000window.h"
 
 #include <QDate>
 

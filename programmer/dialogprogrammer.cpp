@@ -1,4 +1,4 @@
-#include "dialogprogrammer.h"
+#include "programmer/dialogprogrammer.h"
 #include "ui_dialogprogrammer.h"
 
 #include "specific/comboboxdelegate.h"
@@ -11,6 +11,7 @@
 #include "specific/wavegenerator.h"
 #include "util/character.h"
 
+#include "plot/customplot.h"
 #include <QCheckBox>
 #include <QContextMenuEvent>
 #include <QCursor>
@@ -23,7 +24,6 @@
 #include <QSpinBox>
 #include <QStatusBar>
 #include <QTableView>
-#include <qcustomplot.h>
 
 #include <algorithm>
 #include <cmath>
@@ -425,7 +425,7 @@ void DialogProgrammer::initListWidgets()
     ui->btnListUpload->setIcon(ui->actionListUpload->icon());
 
     connect(ui->btnListSave, &QPushButton::clicked, this,
-            [this] { emit listSaveToCSV(listData, getUploadParamFromUI(UploadList)); });
+            [this] { Q_EMIT listSaveToCSV(listData, getUploadParamFromUI(UploadList)); });
     connect(ui->btnListLoad, &QPushButton::clicked, this, &DialogProgrammer::on_actionloadList_triggered);
     connect(ui->btnListUpload, &QPushButton::clicked, this, [this] { uploaderStart(UploadList); });
 
@@ -855,7 +855,7 @@ void DialogProgrammer::initDelayerWidgets()
     ui->btnDelayerUpload->setIcon(ui->actionDelayerUpload->icon());
 
     connect(ui->btnDelayerSave, &QPushButton::clicked, this,
-            [this] { emit delayerSaveToCSV(delayerData, getUploadParamFromUI(UploadDelayer)); });
+            [this] { Q_EMIT delayerSaveToCSV(delayerData, getUploadParamFromUI(UploadDelayer)); });
     connect(ui->btnDelayerLoad, &QPushButton::clicked, this,
             &DialogProgrammer::on_actionLoadDelayer_triggered);
     connect(ui->btnDelayerUpload, &QPushButton::clicked, this, [this] { uploaderStart(UploadDelayer); });
@@ -1079,19 +1079,19 @@ void DialogProgrammer::reportCappedTemplate(qint64 fullLength)
 
 void DialogProgrammer::on_actionSaveList_triggered()
 {
-    emit listSaveToCSV(listData, getUploadParamFromUI(UploadList));
+    Q_EMIT listSaveToCSV(listData, getUploadParamFromUI(UploadList));
 }
 
 void DialogProgrammer::on_actionSaveDelayer_triggered()
 {
-    emit delayerSaveToCSV(delayerData, getUploadParamFromUI(UploadDelayer));
+    Q_EMIT delayerSaveToCSV(delayerData, getUploadParamFromUI(UploadDelayer));
 }
 
 void DialogProgrammer::on_actionloadList_triggered()
 {
     UploadParam param = getUploadParamFromUI(UploadList);
     QList<ListData> rows;
-    emit listLoadFromCSV(rows, param);
+    Q_EMIT listLoadFromCSV(rows, param);
     // A cancelled or refused file empties the table and keeps cycles and end state on show.
     ui->sbListCycles->setValue(param.cycles);
     ui->cbbListEndState->setCurrentIndex(ui->cbbListEndState->findData(param.endState));
@@ -1107,7 +1107,7 @@ void DialogProgrammer::on_actionLoadDelayer_triggered()
 {
     UploadParam param = getUploadParamFromUI(UploadDelayer);
     QList<DelayerData> rows;
-    emit delayerLoadFromCSV(rows, param);
+    Q_EMIT delayerLoadFromCSV(rows, param);
     ui->sbDelayerCycles->setValue(param.cycles);
     ui->cbbDelayerEndState->setCurrentIndex(ui->cbbDelayerEndState->findData(param.endState));
     delayerData = rows;
@@ -1299,7 +1299,7 @@ void DialogProgrammer::setupUploader(UploadMode mode)
         m_uploadShown.start();
         UploadParam param = getUploadParamFromUI(mode);
         param.groups = count;
-        emit uploaderStarted(param);
+        Q_EMIT uploaderStarted(param);
     });
     connect(up, &ProgrammerUploader::nextData, this, [this, mode](int index, ProgrammerData const& data) {
         // A repaint of the dialog costs more than a row's own exchange with the instrument, so
@@ -1313,14 +1313,14 @@ void DialogProgrammer::setupUploader(UploadMode mode)
             view->selectionModel()->setCurrentIndex(view->model()->index(index, 0),
                                                     QItemSelectionModel::Select | QItemSelectionModel::Rows);
         }
-        emit uploaderNextData(index, data);
+        Q_EMIT uploaderNextData(index, data);
     });
     connect(up, &ProgrammerUploader::error, this, &DialogProgrammer::uploaderError);
     connect(up, &ProgrammerUploader::finished, this, &DialogProgrammer::uploaderFinished);
     connect(up, &ProgrammerUploader::stoped, this, [this, up] {
         setEnabled(true);
         progressBar->hide();
-        emit uploaderStoped();
+        Q_EMIT uploaderStoped();
         up->deleteLater();
         if (uploader == up)
             uploader = nullptr;

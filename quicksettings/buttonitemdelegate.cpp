@@ -1,4 +1,4 @@
-#include "buttonitemdelegate.h"
+#include "quicksettings/buttonitemdelegate.h"
 
 #include <QGuiApplication>
 #include <QMouseEvent>
@@ -70,7 +70,7 @@ bool ButtonItemDelegate::editorEvent(QEvent* event, QAbstractItemModel*, QStyleO
         onButton = true;
         switch (event->type()) {
         case QEvent::MouseButtonRelease:
-            emit clicked(i, index);
+            Q_EMIT clicked(i, index);
             break;
         case QEvent::MouseMove:
             QGuiApplication::setOverrideCursor(Qt::PointingHandCursor);

@@ -1,4 +1,4 @@
-#include "dpdata.h"
+#include "quicksettings/dpdata.h"
 
 #include <QDataStream>
 #include <QIODevice>

@@ -1,4 +1,4 @@
-#include "quicksettingdatamodel.h"
+#include "quicksettings/quicksettingdatamodel.h"
 
 namespace {
 
@@ -63,7 +63,7 @@ bool QuickSettingDataModel::setData(QModelIndex const& index, QVariant const& va
         row->voltage = value.toDouble();
     else if (index.column() == ColumnCurrent)
         row->current = value.toDouble();
-    emit dataChanged(index, index, {Qt::EditRole});
+    Q_EMIT dataChanged(index, index, {Qt::EditRole});
     return true;
 }
 

@@ -2,7 +2,7 @@
 // The quick-settings table: row number, voltage, current and a button column, shown and
 // edited directly on a list of rows that the window owns.
 
-#include "dpdata.h"
+#include "quicksettings/dpdata.h"
 
 #include <QAbstractTableModel>
 

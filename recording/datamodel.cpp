@@ -1,6 +1,6 @@
-#include "datamodel.h"
+#include "recording/datamodel.h"
 
-#include "dmmhelper.h"
+#include "driver/dmmhelper.h"
 
 #include <utility>
 

@@ -2,7 +2,7 @@
 // Table models of the recorded samples: one row a sample, every cell computed from the
 // shared sample when a view or an export asks for it.
 
-#include "dmmdata.h"
+#include "driver/dmmdata.h"
 
 #include <QAbstractTableModel>
 #include <QList>

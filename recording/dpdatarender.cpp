@@ -1,4 +1,4 @@
-#include "dpdatarender.h"
+#include "recording/dpdatarender.h"
 
 #include <QContextMenuEvent>
 #include <QCursor>
@@ -191,7 +191,7 @@ void PlotHouse::mouseMove(QMouseEvent* event)
     showTracer(key);
     int const index = m_selectedGraph->findBegin(key, true);
     QString text;
-    emit tracerUpdate(*m_selectedGraph, index, text);
+    Q_EMIT tracerUpdate(*m_selectedGraph, index, text);
     // No refresh: the note shows with the next one, a step behind the marker.
     m_tracerText->setText(text);
 }

@@ -3,10 +3,10 @@
 // gives the chart its behaviour: it follows the newest points, picks the axes that a drag or
 // a wheel moves, marks the point under the mouse on a selected graph, and has a context menu.
 
-#include "datamodel.h"
-#include "dmmdata.h"
+#include "driver/dmmdata.h"
+#include "recording/datamodel.h"
 
-#include <qcustomplot.h>
+#include "plot/customplot.h"
 
 #include <QColor>
 #include <QList>

@@ -1,8 +1,8 @@
-#include "kvrcommandset.h"
+#include "simulator/kvrcommandset.h"
 
-#include "kvrinstrument.h"
-#include "scpierror.h"
-#include "scpivalue.h"
+#include "simulator/kvrinstrument.h"
+#include "simulator/scpierror.h"
+#include "simulator/scpivalue.h"
 
 namespace kvrsim {
 

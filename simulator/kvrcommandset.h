@@ -2,7 +2,7 @@
 // The instrument's SCPI command table: parses a received line, finds its header, reads the
 // parameters and calls the instrument. Errors go to the instrument's error queue.
 
-#include "scpipattern.h"
+#include "simulator/scpipattern.h"
 
 #include <QList>
 #include <QString>

@@ -1,9 +1,9 @@
-#include "kvrinstrument.h"
+#include "simulator/kvrinstrument.h"
 
-#include "kvrcommandset.h"
-#include "scpierror.h"
-#include "scpivalue.h"
-#include "simclock.h"
+#include "simulator/kvrcommandset.h"
+#include "simulator/scpierror.h"
+#include "simulator/scpivalue.h"
+#include "simulator/simclock.h"
 
 #include <algorithm>
 #include <cmath>

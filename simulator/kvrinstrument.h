@@ -3,7 +3,7 @@
 // protection, power modes, and the stored list and delayer sequences. Time comes from a SimClock;
 // the state is brought up to the clock's present whenever a line is handled or advance() is called.
 
-#include "kvrratings.h"
+#include "simulator/kvrratings.h"
 
 #include <QList>
 #include <QPair>

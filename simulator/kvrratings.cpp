@@ -1,4 +1,4 @@
-#include "kvrratings.h"
+#include "simulator/kvrratings.h"
 
 namespace kvrsim {
 

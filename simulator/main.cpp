@@ -1,8 +1,8 @@
 // kvr9000-sim: the simulated KVR9000 power supply on a raw TCP socket.
 
-#include "kvrratings.h"
-#include "ptybridge.h"
-#include "simserver.h"
+#include "simulator/kvrratings.h"
+#include "simulator/ptybridge.h"
+#include "simulator/simserver.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

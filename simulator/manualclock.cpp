@@ -1,4 +1,4 @@
-#include "manualclock.h"
+#include "simulator/manualclock.h"
 
 namespace kvrsim {
 

@@ -1,7 +1,7 @@
 #pragma once
 // A clock that stands still until it is told to move: timing tests become exact.
 
-#include "simclock.h"
+#include "simulator/simclock.h"
 
 namespace kvrsim {
 

@@ -1,4 +1,4 @@
-#include "ptybridge.h"
+#include "simulator/ptybridge.h"
 
 #include <QSocketNotifier>
 #include <QTcpSocket>

@@ -1,4 +1,4 @@
-#include "scpierror.h"
+#include "simulator/scpierror.h"
 
 namespace kvrsim {
 

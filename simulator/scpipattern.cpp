@@ -1,4 +1,4 @@
-#include "scpipattern.h"
+#include "simulator/scpipattern.h"
 
 namespace kvrsim {
 

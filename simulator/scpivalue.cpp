@@ -1,4 +1,4 @@
-#include "scpivalue.h"
+#include "simulator/scpivalue.h"
 
 #include <cmath>
 

@@ -1,4 +1,4 @@
-#include "simclock.h"
+#include "simulator/simclock.h"
 
 namespace kvrsim {
 

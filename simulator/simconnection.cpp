@@ -1,4 +1,4 @@
-#include "simconnection.h"
+#include "simulator/simconnection.h"
 
 #include <QTcpSocket>
 #include <QTimer>
@@ -26,7 +26,7 @@ SimConnection::SimConnection(QTcpSocket* socket, QObject* parent)
     m_timer->setTimerType(Qt::PreciseTimer);
     m_elapsed.start();
     connect(m_socket, &QTcpSocket::readyRead, this, &SimConnection::readLines);
-    connect(m_socket, &QTcpSocket::disconnected, this, [this] { emit closed(this); });
+    connect(m_socket, &QTcpSocket::disconnected, this, [this] { Q_EMIT closed(this); });
     connect(m_timer, &QTimer::timeout, this, &SimConnection::sendDue);
 }
 
@@ -44,7 +44,7 @@ void SimConnection::readLines()
         if (line.endsWith('\r'))
             line.chop(1);
         ++m_linesReceived;
-        emit lineReceived(this, QString::fromLatin1(line));
+        Q_EMIT lineReceived(this, QString::fromLatin1(line));
     }
     if (m_buffer.size() > kMaxLineLength)
         m_buffer.clear();
@@ -83,7 +83,7 @@ void SimConnection::write(QByteArray const& bytes)
     // Out at once: a client that half-closes after its last line (nc does) makes the socket
     // drop whatever is still buffered when the end of its stream is read.
     m_socket->flush();
-    emit answerSent();
+    Q_EMIT answerSent();
 }
 
 void SimConnection::abort()

@@ -31,7 +31,7 @@ public:
     int linesReceived() const { return m_linesReceived; }
     bool isClosing() const { return m_closing; }
 
-signals:
+Q_SIGNALS:
     void lineReceived(kvrsim::SimConnection* connection, QString const& line);
     void closed(kvrsim::SimConnection* connection);
     // An answer line has gone out, after whatever latency held it back.

@@ -1,9 +1,9 @@
-#include "simserver.h"
+#include "simulator/simserver.h"
 
-#include "kvrinstrument.h"
-#include "kvrratings.h"
-#include "simconnection.h"
-#include "wallclock.h"
+#include "simulator/kvrinstrument.h"
+#include "simulator/kvrratings.h"
+#include "simulator/simconnection.h"
+#include "simulator/wallclock.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -150,7 +150,7 @@ void SimServer::acceptConnections()
         connect(connection, &SimConnection::closed, this, &SimServer::removeConnection);
         connect(connection, &SimConnection::answerSent, this, &SimServer::answerSent);
         m_connections.append(connection);
-        emit clientConnected();
+        Q_EMIT clientConnected();
     }
 }
 
@@ -160,7 +160,7 @@ void SimServer::removeConnection(SimConnection* connection)
         return;
     connection->disconnect(this);
     connection->deleteLater();
-    emit clientDisconnected();
+    Q_EMIT clientDisconnected();
 }
 
 void SimServer::handleLine(SimConnection* connection, QString const& line)
@@ -168,7 +168,7 @@ void SimServer::handleLine(SimConnection* connection, QString const& line)
     m_log.append(LogEntry {m_clock->nowMsecs(), line});
     if (m_logLimit > 0 && m_log.size() > m_logLimit)
         m_log.remove(0, m_log.size() - m_logLimit);
-    emit lineReceived(line);
+    Q_EMIT lineReceived(line);
 
     std::optional<QString> answer = m_instrument->handleLine(line);
     if (answer) {

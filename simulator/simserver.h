@@ -3,7 +3,7 @@
 // an injectable clock, answer latency, fault injection and a log of every line received.
 // It lives on the thread that makes it and needs only that thread's event loop.
 
-#include "simoptions.h"
+#include "simulator/simoptions.h"
 
 #include <QHostAddress>
 #include <QList>
@@ -71,7 +71,7 @@ public:
     // The log keeps the newest entries up to this count; a long session would otherwise grow without end.
     void setLogLimit(int entries) { m_logLimit = entries; }
 
-signals:
+Q_SIGNALS:
     void lineReceived(QString const& line);
     // An answer has gone out to a client: the moment the client may go on.
     void answerSent();

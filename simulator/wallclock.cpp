@@ -1,4 +1,4 @@
-#include "wallclock.h"
+#include "simulator/wallclock.h"
 
 namespace kvrsim {
 

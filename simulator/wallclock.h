@@ -1,7 +1,7 @@
 #pragma once
 // The real time base: milliseconds elapsed since the clock was made.
 
-#include "simclock.h"
+#include "simulator/simclock.h"
 
 #include <QElapsedTimer>
 

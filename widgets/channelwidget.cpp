@@ -1,4 +1,4 @@
-#include "channelwidget.h"
+#include "widgets/channelwidget.h"
 
 #include <QFont>
 #include <QGridLayout>

@@ -1,4 +1,4 @@
-#include "dlgoption.h"
+#include "window/dlgoption.h"
 #include "ui_dlgoption.h"
 
 DlgOption::DlgOption(QWidget* parent)

@@ -1,18 +1,17 @@
-#include "kvr9000window.h"
+#include "window/kvr9000window.h"
 #include "ui_kvr9000window.h"
 
-#include "dlgoption.h"
 #include "ui_dlgoption.h"
+#include "window/dlgoption.h"
 
-#include "buttonitemdelegate.h"
-#include "channelwidget.h"
-#include "dialogprogrammer.h"
-#include "dmmhelper.h"
-#include "dpdatarender.h"
+#include "driver/dmmhelper.h"
+#include "driver/mydmm.h"
 #include "measure/io/visa/visaequipinfo.h"
 #include "measure/io/visa/visaio.h"
-#include "mydmm.h"
-#include "quicksettingdatamodel.h"
+#include "programmer/dialogprogrammer.h"
+#include "quicksettings/buttonitemdelegate.h"
+#include "quicksettings/quicksettingdatamodel.h"
+#include "recording/dpdatarender.h"
 #include "system/system.h"
 #include "util/character.h"
 #include "util/statemonitor.h"
@@ -22,6 +21,7 @@
 #include "widget/statelabel.h"
 #include "widget/statewidgetbox.h"
 #include "widget/widgethelper.h"
+#include "widgets/channelwidget.h"
 
 #include <QCloseEvent>
 #include <QComboBox>
@@ -101,7 +101,7 @@ KVR9000Window::KVR9000Window(QSharedPointer<zelt::widget::EquipmentInfo> const& 
 
     m_dmm->open();
     // The host hears of the window only once the constructor has returned.
-    QTimer::singleShot(0, this, [this] { emit opened(this->equipment()); });
+    QTimer::singleShot(0, this, [this] { Q_EMIT opened(this->equipment()); });
     if (m_sampleInterval > 0)
         m_sampleTimerId = startTimer(m_sampleInterval, Qt::CoarseTimer);
 }

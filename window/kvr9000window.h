@@ -2,7 +2,7 @@
 // The window of one KVR9000: owns the driver, starts and stops its polling, hands every
 // sample to the live panel and the control widgets, and turns the user's edits into commands.
 
-#include "dmmdata.h"
+#include "driver/dmmdata.h"
 #include "specific/option.h"
 #include "specific/programmerdata.h"
 #include "specific/uploadparam.h"

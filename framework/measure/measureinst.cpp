@@ -158,7 +158,7 @@ void MeasureInst::processTimeout(QSharedPointer<util::Word> const& word)
     m_awaiting = false;
     // A partial line of the unanswered word must not prefix the next answer.
     m_buffer.clear();
-    emit processError(word);
+    Q_EMIT processError(word);
     // The receiver may have stopped the run.
     if (m_state == State::Running || m_state == State::Draining)
         sendBarrier(bound);
@@ -259,7 +259,7 @@ void MeasureInst::onOpened()
     if (m_state != State::Opening)
         return;
     m_state = State::Running;
-    emit started();
+    Q_EMIT started();
     if (m_state == State::Running)
         dispatch();
 }
@@ -278,7 +278,7 @@ void MeasureInst::onIoError(QString const& message)
     m_errorString = message;
     m_io->abort();
     beginStop();
-    emit ioError(message);
+    Q_EMIT ioError(message);
 }
 
 void MeasureInst::onData(QByteArray const& data)
@@ -338,7 +338,7 @@ void MeasureInst::onWatchdog()
     // are the last, and the instrument may never answer again.
     m_awaiting = false;
     m_buffer.clear();
-    emit processError(m_barrier);
+    Q_EMIT processError(m_barrier);
     if (m_state == State::Running) {
         sendBarrier(int(m_deadline));
     } else if (m_state == State::Draining) {
@@ -432,7 +432,7 @@ void MeasureInst::finishStop()
     if (m_state != State::Closing)
         return;
     m_state = State::Idle;
-    emit stoped();
+    Q_EMIT stoped();
 }
 
 } // namespace zelt::measure

@@ -47,7 +47,7 @@ bool DelayerModel::setData(QModelIndex const& index, QVariant const& value, int 
             return false;
         row.time = v;
     }
-    emit dataChanged(index, index, {Qt::DisplayRole, Qt::EditRole});
+    Q_EMIT dataChanged(index, index, {Qt::DisplayRole, Qt::EditRole});
     return true;
 }
 

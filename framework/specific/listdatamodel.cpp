@@ -37,7 +37,7 @@ bool ListDataModel::setData(QModelIndex const& index, QVariant const& value, int
          : index.column() == CurrentColumn ? row.current
                                            : row.time)
         = v;
-    emit dataChanged(index, index, {Qt::DisplayRole, Qt::EditRole});
+    Q_EMIT dataChanged(index, index, {Qt::DisplayRole, Qt::EditRole});
     return true;
 }
 

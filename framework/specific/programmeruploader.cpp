@@ -20,10 +20,10 @@ void ProgrammerUploader::start()
     m_finished = false;
     m_next = 0;
     int const n = count();
-    emit started(n);
+    Q_EMIT started(n);
     // A receiver of started() may have stopped the run already.
     if (m_active && n == 0)
-        emit error(tr("There are no rows to upload."));
+        Q_EMIT error(tr("There are no rows to upload."));
 }
 
 void ProgrammerUploader::next()
@@ -32,11 +32,11 @@ void ProgrammerUploader::next()
         return;
     if (m_next < count()) {
         int const index = m_next++;
-        emit nextData(index, row(index));
+        Q_EMIT nextData(index, row(index));
         return;
     }
     m_finished = true;
-    emit finished();
+    Q_EMIT finished();
     if (m_stopWhenFinished)
         stop();
 }
@@ -46,7 +46,7 @@ void ProgrammerUploader::stop()
     if (!m_active)
         return;
     m_active = false;
-    emit stoped();
+    Q_EMIT stoped();
 }
 
 ListUploader::ListUploader(QList<ListData> const& rows, QObject* parent)

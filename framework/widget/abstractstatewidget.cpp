@@ -55,7 +55,7 @@ void AbstractStateWidget::setStateOn(State state, bool on)
     State const after = currentState();
     if (after != before) {
         applyState();
-        emit stateChanged(after);
+        Q_EMIT stateChanged(after);
     }
 }
 

@@ -15,7 +15,7 @@ CCheckbox::CCheckbox(QString const& text, QWidget* parent)
             return;
         // One change per user action: a setChecked() from a receiver stays silent.
         m_byUser = false;
-        emit toggled(checked);
+        Q_EMIT toggled(checked);
     });
 }
 

@@ -24,7 +24,7 @@ void EquipmentWindow::closeEvent(QCloseEvent* event)
         return;
     QMdiSubWindow::closeEvent(event);
     if (event->isAccepted())
-        emit closed(m_equipment);
+        Q_EMIT closed(m_equipment);
 }
 
 } // namespace zelt::widget

@@ -1,7 +1,7 @@
 // zelt-host: loads the instrument plug-ins and shows their windows.
 
-#include "mainwindow.h"
-#include "pluginmanager.h"
+#include "host/mainwindow.h"
+#include "host/pluginmanager.h"
 
 #include "measure/io/visa/visalibrary.h"
 #include "widget/modelinfo.h"

@@ -1,4 +1,4 @@
-#include "linepeer.h"
+#include "tests/common/linepeer.h"
 
 #include <QTcpSocket>
 
@@ -46,7 +46,7 @@ void LinePeer::onReadyRead(QTcpSocket* socket)
         while (line.endsWith(QLatin1Char('\n')) || line.endsWith(QLatin1Char('\r')))
             line.chop(1);
         m_lines.append(line);
-        emit lineReceived(line);
+        Q_EMIT lineReceived(line);
         QString const answer = m_responder(line);
         if (!answer.isNull()) {
             int const delay = m_delay ? m_delay(line) : 0;

@@ -1,11 +1,11 @@
-#include "dmmdata.h"
+#include "driver/dmmdata.h"
 
 #include <QTest>
 
 class TestDmmData : public QObject
 {
     Q_OBJECT
-private slots:
+private Q_SLOTS:
     void channelLookup_data();
     void channelLookup();
 };

@@ -1,4 +1,4 @@
-#include "dmmhelper.h"
+#include "driver/dmmhelper.h"
 
 #include <QTest>
 
@@ -8,7 +8,7 @@ using zelt::measure::QValueBox;
 class TestDmmHelper : public QObject
 {
     Q_OBJECT
-private slots:
+private Q_SLOTS:
     void powerModeText_data();
     void powerModeText();
     void vbText();

@@ -1,9 +1,9 @@
 // The driver on a real socket against a scripted instrument that records every line it receives.
 
-#include "mydmm.h"
+#include "driver/mydmm.h"
 
-#include "linepeer.h"
 #include "measure/io/visa/visaio.h"
+#include "tests/common/linepeer.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -113,7 +113,7 @@ qsizetype handlerErrors()
 class TestMyDmm : public QObject
 {
     Q_OBJECT
-private slots:
+private Q_SLOTS:
     void init();
     void cleanup();
 

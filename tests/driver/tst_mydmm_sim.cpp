@@ -1,9 +1,9 @@
 // The driver on a VISA socket against the simulated instrument, in process.
 
-#include "mydmm.h"
+#include "driver/mydmm.h"
 
 #include "measure/io/visa/visaio.h"
-#include "simserver.h"
+#include "simulator/simserver.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -16,7 +16,7 @@ using zelt::measure::io::visa::VisaIO;
 class TestMyDmmSim : public QObject
 {
     Q_OBJECT
-private slots:
+private Q_SLOTS:
     void init();
     void cleanup();
 

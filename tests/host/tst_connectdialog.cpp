@@ -1,4 +1,4 @@
-#include "connectdialog.h"
+#include "host/connectdialog.h"
 
 #include "measure/io/visa/visaequipinfo.h"
 #include "measure/io/visa/visaio.h"

@@ -1,8 +1,8 @@
 // The host's main window when it quits: every instrument window closes through its own
 // close first, and one that never finishes closing holds the quit back only so long.
 
-#include "mainwindow.h"
-#include "pluginmanager.h"
+#include "host/mainwindow.h"
+#include "host/pluginmanager.h"
 
 #include <QtTest>
 #include <QtWidgets>

@@ -9,7 +9,7 @@ class TestCommandBox : public QObject
 {
     Q_OBJECT
 
-private slots:
+private Q_SLOTS:
     void queryCmdsInOrder();
     void texts_data();
     void texts();

@@ -1,6 +1,6 @@
 // The command queue of MeasureInst against a scripted peer on loopback.
 
-#include "linepeer.h"
+#include "tests/common/linepeer.h"
 
 #include "measure/commandbox.h"
 #include "measure/io/visa/visaio.h"

@@ -10,7 +10,7 @@ class TestValueBox : public QObject
 {
     Q_OBJECT
 
-private slots:
+private Q_SLOTS:
     void makeLazy_data();
     void makeLazy();
     void boxesKeepTheirTextsThroughTheCache();

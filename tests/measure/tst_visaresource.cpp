@@ -39,7 +39,7 @@ class TestVisaResource : public QObject
 {
     Q_OBJECT
 
-private slots:
+private Q_SLOTS:
     void good_data();
     void good();
     void bad_data();

@@ -2,17 +2,17 @@
 // through each exactly as through the socket, and every way of failing ends the
 // run with a message that names the resource and the cause.
 
-#include "mydmm.h"
-#include "vxi11testserver.h"
+#include "driver/mydmm.h"
+#include "tests/measure/vxi11testserver.h"
 
-#include "kvrinstrument.h"
 #include "measure/io/visa/usbtmclink.h"
 #include "measure/io/visa/visaio.h"
 #include "measure/io/visa/visalibrary.h"
 #include "measure/io/visa/visaresource.h"
 #include "measure/measureinst.h"
-#include "ptybridge.h"
-#include "simserver.h"
+#include "simulator/kvrinstrument.h"
+#include "simulator/ptybridge.h"
+#include "simulator/simserver.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -62,7 +62,7 @@ class TestVisaTransports : public QObject
 {
     Q_OBJECT
 
-private slots:
+private Q_SLOTS:
     void initTestCase();
     void init();
     void cleanup();

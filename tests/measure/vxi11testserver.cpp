@@ -1,4 +1,4 @@
-#include "vxi11testserver.h"
+#include "tests/measure/vxi11testserver.h"
 
 #include <QHostAddress>
 #include <QNetworkDatagram>

@@ -1,8 +1,8 @@
 // The programmer dialog on its own: its files in both formats with their refusals, the
 // template parameters kept per instrument, and a look at both tabs.
 
-#include "dialogprogrammer.h"
-#include "kvr9000window.h"
+#include "programmer/dialogprogrammer.h"
+#include "window/kvr9000window.h"
 
 #include "specific/helper.h"
 #include "specific/wavegenerator.h"

@@ -2,10 +2,10 @@
 // the dialog's buttons, the window's turn-taking with the driver, and what reaches the wire
 // and the instrument's sequence memory.
 
-#include "windowharness.h"
+#include "tests/window/windowharness.h"
 
-#include "dialogprogrammer.h"
-#include "kvrinstrument.h"
+#include "programmer/dialogprogrammer.h"
+#include "simulator/kvrinstrument.h"
 
 namespace {
 

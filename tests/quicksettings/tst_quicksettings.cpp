@@ -1,7 +1,7 @@
 // The quick-settings rows: their stored bytes, and the table model that edits them in place.
 
-#include "dpdata.h"
-#include "quicksettingdatamodel.h"
+#include "quicksettings/dpdata.h"
+#include "quicksettings/quicksettingdatamodel.h"
 
 #include <QAbstractItemModelTester>
 #include <QtTest>

@@ -1,7 +1,7 @@
 // The history table models: the cells of every column in every power mode, headers, flags,
 // and the rows and signals of adding and clearing, all under QAbstractItemModelTester.
 
-#include "datamodel.h"
+#include "recording/datamodel.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>

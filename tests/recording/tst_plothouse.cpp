@@ -2,7 +2,7 @@
 // follows the newest points, which axes a wheel moves, the way home, and the tracer of a
 // selected graph.
 
-#include "dpdatarender.h"
+#include "recording/dpdatarender.h"
 
 #include <QtTest>
 

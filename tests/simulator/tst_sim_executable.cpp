@@ -10,7 +10,7 @@ class TestSimExecutable : public QObject
 {
     Q_OBJECT
 
-private slots:
+private Q_SLOTS:
     void listensAndAnswers()
     {
         QProcess process;

@@ -1,9 +1,9 @@
 // The instrument model without a socket: ratings per model, number words, timing of a slewed trip.
 
-#include "kvrinstrument.h"
-#include "kvrratings.h"
-#include "manualclock.h"
-#include "scpivalue.h"
+#include "simulator/kvrinstrument.h"
+#include "simulator/kvrratings.h"
+#include "simulator/manualclock.h"
+#include "simulator/scpivalue.h"
 
 #include <QTest>
 
@@ -13,7 +13,7 @@ class TestSimInstrument : public QObject
 {
     Q_OBJECT
 
-private slots:
+private Q_SLOTS:
     void ratings_data()
     {
         QTest::addColumn<QString>("model");

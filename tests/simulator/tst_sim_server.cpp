@@ -1,8 +1,8 @@
 // The simulator over a real socket on loopback: answer forms, settings, physics with a manual clock,
 // list and delayer runs, errors, several clients and the fault options.
 
-#include "manualclock.h"
-#include "simserver.h"
+#include "simulator/manualclock.h"
+#include "simulator/simserver.h"
 
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
@@ -152,7 +152,7 @@ class TestSimServer : public QObject
         QCOMPARE(query("*OPC?"), QStringLiteral("1"));
     }
 
-private slots:
+private Q_SLOTS:
     void init()
     {
         m_server = std::make_unique<SimServer>();

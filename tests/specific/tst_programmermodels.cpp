@@ -19,7 +19,7 @@ class TestProgrammerModels : public QObject
 {
     Q_OBJECT
 
-private slots:
+private Q_SLOTS:
     void initTestCase()
     {
         Option option;

@@ -47,7 +47,7 @@ class TestProgrammerRecords : public QObject
 {
     Q_OBJECT
 
-private slots:
+private Q_SLOTS:
     // No registerMetaTypes() here: the library registers its types as it loads, so that
     // stored settings can be read before any programmer opens.
 

@@ -11,7 +11,7 @@ class TestProgrammerUploader : public QObject
 {
     Q_OBJECT
 
-private slots:
+private Q_SLOTS:
     void run_data()
     {
         QTest::addColumn<bool>("delayer");

@@ -52,7 +52,7 @@ class TestWaveGenerator : public QObject
 {
     Q_OBJECT
 
-private slots:
+private Q_SLOTS:
     void init() { setGrid(3, 0.001); }
 
     void listWave_data()

@@ -61,7 +61,7 @@ class TestCharacter : public QObject
     QString path(QString const& name) const { return m_dir.filePath(name); }
     QTemporaryDir m_dir;
 
-private slots:
+private Q_SLOTS:
     void initTestCase() { QVERIFY(m_dir.isValid()); }
 
     void simplify_data()

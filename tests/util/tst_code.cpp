@@ -8,7 +8,7 @@ class TestCode : public QObject
 {
     Q_OBJECT
 
-private slots:
+private Q_SLOTS:
     void frame_data()
     {
         QTest::addColumn<QString>("text");

@@ -19,7 +19,7 @@ class TestGadget : public QObject
         ++released;
     }};
 
-private slots:
+private Q_SLOTS:
     void init() { calls = released = 0; }
 
     void countdown_data()

@@ -1,7 +1,7 @@
 // The channel display panel: its active and inactive looks, the enabled and disabled looks of
 // its rows, the style sheets that carry them, and how the meta-type system makes one.
 
-#include "channelwidget.h"
+#include "widgets/channelwidget.h"
 
 #include <QLabel>
 #include <QtTest>

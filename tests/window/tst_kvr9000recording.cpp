@@ -2,12 +2,12 @@
 // become table rows and chart points, the sampling options gate them, and Clear, Export and
 // Save Image act on them through their dialogs.
 
-#include "windowharness.h"
+#include "tests/window/windowharness.h"
 
-#include "dmmhelper.h"
-#include "kvrinstrument.h"
+#include "driver/dmmhelper.h"
+#include "simulator/kvrinstrument.h"
 
-#include <qcustomplot.h>
+#include "plot/customplot.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 // The KVR9000 window made by the plug-in, driving the simulated instrument over a socket:
 // life cycle, control panel, live panel and sampling options.
 
-#include "windowharness.h"
+#include "tests/window/windowharness.h"
 
-#include "dlgoption.h"
-#include "dmmhelper.h"
-#include "kvrinstrument.h"
+#include "driver/dmmhelper.h"
+#include "simulator/kvrinstrument.h"
+#include "window/dlgoption.h"
 
 #include "widget/measure/powersupplylcd.h"
 #include "widget/measure/valuewidget.h"

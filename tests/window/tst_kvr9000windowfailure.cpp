@@ -1,6 +1,6 @@
 // The window when the instrument stops answering, with the word time cut short.
 
-#include "windowharness.h"
+#include "tests/window/windowharness.h"
 
 class TestKvr9000WindowFailure : public QObject, WindowFixture
 {

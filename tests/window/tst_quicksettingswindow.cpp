@@ -1,9 +1,9 @@
 // The quick-settings table of the window against the simulated instrument: a row's button
 // sends its values, the context menu edits the rows, and the rows outlive the window.
 
-#include "windowharness.h"
+#include "tests/window/windowharness.h"
 
-#include "dpdata.h"
+#include "quicksettings/dpdata.h"
 
 namespace {
 

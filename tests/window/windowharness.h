@@ -2,10 +2,10 @@
 // What the window suites share: the simulated instrument on loopback, a window made by the
 // plug-in on it, and a watcher that answers the modal message boxes the window shows.
 
-#include "kvr9000.h"
-#include "kvr9000window.h"
-#include "mydmm.h"
-#include "simserver.h"
+#include "driver/mydmm.h"
+#include "plugin/kvr9000.h"
+#include "simulator/simserver.h"
+#include "window/kvr9000window.h"
 
 #include "widget/equipmentinfo.h"
 

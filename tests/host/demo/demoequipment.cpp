@@ -1,6 +1,6 @@
-#include "demoequipment.h"
+#include "tests/host/demo/demoequipment.h"
 
-#include "demowindow.h"
+#include "tests/host/demo/demowindow.h"
 
 DemoEquipment::DemoEquipment(QObject* parent)
     : zelt::widget::IEquipment(parent)

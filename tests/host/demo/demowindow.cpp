@@ -1,4 +1,4 @@
-#include "demowindow.h"
+#include "tests/host/demo/demowindow.h"
 
 #include "measure/io/abstractio.h"
 #include "measure/io/visa/visaequipinfo.h"
@@ -31,5 +31,5 @@ DemoWindow::DemoWindow(QSharedPointer<zelt::widget::EquipmentInfo> const& info, 
                 [this](QString const& message) { m_identity->setText(message); });
         io->open();
     }
-    QTimer::singleShot(0, this, [this] { emit opened(equipment()); });
+    QTimer::singleShot(0, this, [this] { Q_EMIT opened(equipment()); });
 }

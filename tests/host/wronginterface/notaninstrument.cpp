@@ -1,4 +1,4 @@
-#include "notaninstrument.h"
+#include "tests/host/wronginterface/notaninstrument.h"
 
 NotAnInstrument::NotAnInstrument(QObject* parent)
     : QObject(parent)

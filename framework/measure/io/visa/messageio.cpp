@@ -27,9 +27,9 @@ public:
         QString error;
         if (m_link->open(m_timeout, error)) {
             m_open = true;
-            emit opened(m_link->canClear());
+            Q_EMIT opened(m_link->canClear());
         } else {
-            emit failed(error, false);
+            Q_EMIT failed(error, false);
         }
     }
 
@@ -54,7 +54,7 @@ public:
         case MessageLink::ReadResult::Data:
             if (!m_answer.endsWith('\n'))
                 m_answer.append('\n');
-            emit received(m_answer);
+            Q_EMIT received(m_answer);
             break;
         case MessageLink::ReadResult::Timeout:
             // The queue's own time-out deals with the word; the answer may still
@@ -125,7 +125,7 @@ private:
     {
         m_open = false;
         m_link->close();
-        emit failed(cause, true);
+        Q_EMIT failed(cause, true);
     }
 
     std::unique_ptr<MessageLink> m_link;
@@ -238,13 +238,13 @@ void MessageIO::onOpened(bool canClear)
     m_connectTimer->stop();
     m_open = true;
     m_canClear = canClear;
-    emit opened();
+    Q_EMIT opened();
 }
 
 void MessageIO::onReceived(QByteArray const& data)
 {
     if (m_open && sender() == m_worker)
-        emit dataReceived(data);
+        Q_EMIT dataReceived(data);
 }
 
 void MessageIO::onFailed(QString const& cause, bool wasOpen)
@@ -255,9 +255,9 @@ void MessageIO::onFailed(QString const& cause, bool wasOpen)
                                     : tr("Cannot connect to %1: %2").arg(m_resource, cause);
     dropWorker();
     setErrorString(message);
-    emit errorOccurred(message);
+    Q_EMIT errorOccurred(message);
     if (wasOpen)
-        emit closed();
+        Q_EMIT closed();
 }
 
 void MessageIO::onConnectTimeout()
@@ -268,7 +268,7 @@ void MessageIO::onConnectTimeout()
         = tr("Cannot connect to %1: no answer within %2 ms.").arg(m_resource).arg(m_timeout);
     dropWorker();
     setErrorString(message);
-    emit errorOccurred(message);
+    Q_EMIT errorOccurred(message);
 }
 
 } // namespace zelt::measure::io::visa

@@ -135,7 +135,7 @@ bool SerialIO::open()
         [this] {
             if (m_port->isOpen() && !m_open) {
                 m_open = true;
-                emit opened();
+                Q_EMIT opened();
             }
         },
         Qt::QueuedConnection);
@@ -181,13 +181,13 @@ void SerialIO::onError(QSerialPort::SerialPortError error)
         : tr("Connection to %1 lost: %2").arg(m_resource, m_port->errorString());
     abort();
     setErrorString(message);
-    emit errorOccurred(message);
-    emit closed();
+    Q_EMIT errorOccurred(message);
+    Q_EMIT closed();
 }
 
 void SerialIO::onReadyRead()
 {
-    emit dataReceived(m_port->readAll());
+    Q_EMIT dataReceived(m_port->readAll());
 }
 
 } // namespace zelt::measure::io::visa

@@ -92,7 +92,7 @@ void TcpSocketIO::onConnected()
     // the peer's delayed acknowledgement, and the pair stalls for about 40 ms.
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     m_open = true;
-    emit opened();
+    Q_EMIT opened();
 }
 
 void TcpSocketIO::onDisconnected()
@@ -104,8 +104,8 @@ void TcpSocketIO::onDisconnected()
     dropSocket(false);
     if (wasOpen) {
         setErrorString(message);
-        emit errorOccurred(message);
-        emit closed();
+        Q_EMIT errorOccurred(message);
+        Q_EMIT closed();
     }
 }
 
@@ -118,15 +118,15 @@ void TcpSocketIO::onSocketError()
                                     : tr("Cannot connect to %1: %2").arg(m_resource, m_socket->errorString());
     dropSocket(false);
     setErrorString(message);
-    emit errorOccurred(message);
+    Q_EMIT errorOccurred(message);
     if (wasOpen)
-        emit closed();
+        Q_EMIT closed();
 }
 
 void TcpSocketIO::onReadyRead()
 {
     if (m_socket)
-        emit dataReceived(m_socket->readAll());
+        Q_EMIT dataReceived(m_socket->readAll());
 }
 
 void TcpSocketIO::onConnectTimeout()
@@ -137,7 +137,7 @@ void TcpSocketIO::onConnectTimeout()
         = tr("Cannot connect to %1: no answer within %2 ms.").arg(m_resource).arg(m_timeout);
     dropSocket(false);
     setErrorString(message);
-    emit errorOccurred(message);
+    Q_EMIT errorOccurred(message);
 }
 
 } // namespace zelt::measure::io::visa

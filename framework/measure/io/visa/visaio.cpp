@@ -214,7 +214,7 @@ void VisaIO::fail(QString const& message)
         this,
         [this, message, generation] {
             if (generation == m_generation)
-                emit errorOccurred(message);
+                Q_EMIT errorOccurred(message);
         },
         Qt::QueuedConnection);
 }
@@ -226,7 +226,7 @@ void VisaIO::postClosed()
         this,
         [this, generation] {
             if (generation == m_generation)
-                emit closed();
+                Q_EMIT closed();
         },
         Qt::QueuedConnection);
 }
@@ -234,7 +234,7 @@ void VisaIO::postClosed()
 void VisaIO::onTransportError(QString const& message)
 {
     setErrorString(message);
-    emit errorOccurred(message);
+    Q_EMIT errorOccurred(message);
 }
 
 } // namespace zelt::measure::io::visa
