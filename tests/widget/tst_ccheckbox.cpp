@@ -10,7 +10,6 @@ class TestCCheckbox : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void onlyUserChangesEmit();
-    void slotBoundByNameSeesOnlyUser();
 };
 
 void TestCCheckbox::onlyUserChangesEmit()
@@ -38,28 +37,6 @@ void TestCCheckbox::onlyUserChangesEmit()
     box.click();
     QCOMPARE(user.count(), 3);
     QVERIFY(box.isChecked());
-}
-
-class NamedReceiver : public QWidget
-{
-    Q_OBJECT
-public:
-    QList<bool> seen;
-public Q_SLOTS:
-    void on_cbOVP_toggled(bool checked) { seen.append(checked); }
-};
-
-void TestCCheckbox::slotBoundByNameSeesOnlyUser()
-{
-    // Forms bind on_<object>_toggled by name; that must reach the user-only signal.
-    NamedReceiver form;
-    auto* box = new CCheckbox(&form);
-    box->setObjectName("cbOVP");
-    QMetaObject::connectSlotsByName(&form);
-    box->setChecked(true);
-    QVERIFY(form.seen.isEmpty());
-    box->click();
-    QCOMPARE(form.seen, QList<bool> {false});
 }
 
 QTEST_MAIN(TestCCheckbox)

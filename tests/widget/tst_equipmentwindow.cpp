@@ -8,23 +8,6 @@ using namespace zelt::widget;
 
 namespace {
 
-// A window that refuses the first close, as an instrument window does while
-// its driver is still running.
-class RefusingWindow : public EquipmentWindow
-{
-public:
-    using EquipmentWindow::EquipmentWindow;
-    bool refuse = true;
-
-protected:
-    void closeEvent(QCloseEvent* event) override
-    {
-        if (std::exchange(refuse, false))
-            event->ignore();
-        EquipmentWindow::closeEvent(event);
-    }
-};
-
 class Family : public IEquipment
 {
 public:
@@ -43,32 +26,9 @@ class TestEquipmentWindow : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void refusedCloseStaysOpen();
     void create_data();
     void create();
-    void modelInfo();
 };
-
-void TestEquipmentWindow::refusedCloseStaysOpen()
-{
-    QMdiArea area;
-    auto info = QSharedPointer<EquipmentInfo>::create();
-    info->name = "bench";
-    QPointer<RefusingWindow> window = new RefusingWindow(info, nullptr, {});
-    area.addSubWindow(window);
-    area.show();
-    window->show();
-    QCOMPARE(window->windowTitle(), QString("bench"));
-    QSignalSpy closed(window.data(), &EquipmentWindow::closed);
-
-    QVERIFY(!window->close());
-    QVERIFY(window && window->isVisible());
-    QCOMPARE(closed.count(), 0);
-    QVERIFY(window->close());
-    QCOMPARE(closed.count(), 1);
-    QCOMPARE(closed.at(0).at(0).value<QSharedPointer<EquipmentInfo>>(), info);
-    QTRY_VERIFY(!window); // deletes itself
-}
 
 void TestEquipmentWindow::create_data()
 {
@@ -97,14 +57,6 @@ void TestEquipmentWindow::create()
     QCOMPARE(
         (QStringList {family.last->name, family.last->model, family.last->family, family.last->resource}),
         (QStringList {model, model, "Fam", resource}));
-}
-
-void TestEquipmentWindow::modelInfo()
-{
-    ModelInfo info = Family().modelInfo();
-    QVERIFY(info.latestVersion().isEmpty());
-    info.setUpdateInfos({{QDate(2024, 8, 6), "1.00", {}}, {QDate(2025, 7, 28), "1.03", {"Added"}}});
-    QCOMPARE(info.latestVersion(), QString("1.03"));
 }
 
 QTEST_MAIN(TestEquipmentWindow)

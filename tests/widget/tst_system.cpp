@@ -29,31 +29,27 @@ private Q_SLOTS:
     void cleanupTestCase() { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); }
     void init() { m_handler.opened.clear(); }
 
-    void existingFileReachesTheDesktop()
+    void openFile_data()
     {
-        QTemporaryDir dir;
-        QString const path = dir.filePath(QStringLiteral("export.csv"));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
-
-        QVERIFY(System::openFile(path));
-        QCOMPARE(m_handler.opened, QList<QUrl>({QUrl::fromLocalFile(path)}));
+        QTest::addColumn<QString>("path"); // in a fresh folder that holds the file "export.csv"
+        QTest::addColumn<bool>("opened");
+        QTest::newRow("existing file") << "export.csv" << true;
+        QTest::newRow("empty") << QString() << false;
+        QTest::newRow("missing") << "no-such-folder/no-such-file.png" << false;
+        QTest::newRow("folder") << "." << false;
     }
 
-    void nothingElseDoes_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::newRow("empty") << QString();
-        QTest::newRow("missing") << QStringLiteral("no-such-folder/no-such-file.png");
-        QTest::newRow("folder") << QDir::tempPath();
-    }
-
-    void nothingElseDoes()
+    void openFile()
     {
         QFETCH(QString, path);
-        QVERIFY(!System::openFile(path));
-        QVERIFY(m_handler.opened.isEmpty());
+        QFETCH(bool, opened);
+        QTemporaryDir dir;
+        QFile file(dir.filePath(QStringLiteral("export.csv")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.close();
+        QString const full = path.isEmpty() ? path : dir.filePath(path);
+        QCOMPARE(System::openFile(full), opened);
+        QCOMPARE(m_handler.opened, opened ? QList<QUrl> {QUrl::fromLocalFile(full)} : QList<QUrl>());
     }
 
 private:
