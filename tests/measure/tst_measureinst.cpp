@@ -2,7 +2,6 @@
 
 #include "tests/common/linepeer.h"
 
-#include "measure/commandbox.h"
 #include "measure/io/visa/visaio.h"
 #include "measure/measureinst.h"
 #include "util/code.h"
@@ -28,8 +27,8 @@ QString textOf(QSharedPointer<Word> const& word)
 class QueueProbe : public MeasureInst
 {
 public:
-    explicit QueueProbe(QSharedPointer<io::AbstractIO> io)
-        : MeasureInst(std::move(io), true)
+    explicit QueueProbe(QString const& resource)
+        : MeasureInst(QSharedPointer<io::visa::VisaIO>::create(resource), true)
     {
     }
 
@@ -44,12 +43,10 @@ public:
 
         QString const text = textOf(word);
         processed.append(text);
-        if (text.startsWith(QLatin1Char('#'))) {
-            if (needResponse(word))
-                respond();
-            return;
-        }
-        MeasureInst::processWord(word);
+        if (!text.startsWith(QLatin1Char('#')))
+            MeasureInst::processWord(word);
+        else if (needResponse(word))
+            respond();
     }
 
     void decodeFrame(QByteArray const& frame) override
@@ -66,9 +63,14 @@ public:
     {
         return WordBoxFactory::makeCyclic(makeWord(text, time));
     }
-    QSharedPointer<WordBox> acyclic(QString const& text, int time = 2000)
+    QSharedPointer<WordBox> acyclic(QString const& text)
     {
-        return WordBoxFactory::makeAcyclic(makeWord(text, time));
+        return WordBoxFactory::makeAcyclic(makeWord(text, 2000));
+    }
+    void setRing(QStringList const& words, int time = 2000)
+    {
+        for (QString const& w : words)
+            ring.append(cyclic(w, time));
     }
 
     QList<QSharedPointer<WordBox>> ring;
@@ -80,13 +82,10 @@ public:
 };
 
 // The words of `all` that are in `subset`, in the order they ran.
-QStringList only(QStringList const& all, QStringList const& subset)
+QStringList only(QStringList all, QStringList const& subset)
 {
-    QStringList result;
-    for (QString const& w : all)
-        if (subset.contains(w))
-            result.append(w);
-    return result;
+    all.removeIf([&](QString const& w) { return !subset.contains(w); });
+    return all;
 }
 
 } // namespace
@@ -95,412 +94,289 @@ class TestMeasureInst : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
-    void init();
-    void cleanup();
-
-    void ringRunsInOrder();
-    void oneShotWordsRunBetweenRingEntries();
-    void appendedThingsKeepTheirOrder();
-    void clearDuringResponseLeavesOnlyWhatIsAppendedNext();
-    void strayFramesAreDropped();
-    void lateAnswersNeverShiftTheQueue_data();
-    void lateAnswersNeverShiftTheQueue();
-    void closeForceFromErrorHandlerStops();
-    void signWordsLeaveTheStackFlat();
-    void answeredWordsLeaveTheStackFlat();
-    void intervalSpacesTheWords();
-    void emptyArgumentGoesOutBare();
-    void closeStopsAndDrains_data();
-    void closeStopsAndDrains();
-    void refusedConnectionStopsAndCanBeRetried();
-    void droppedConnectionStopsAndReopens();
-    void unansweredConnectTimesOut();
-    void unusableResourceEndsInStoped();
-    void openWhileActiveIsRefused();
-
-private:
-    QueueProbe* makeProbe(QString const& resource);
-
     LinePeer* m_peer = nullptr;
     QueueProbe* m_probe = nullptr;
-};
 
-void TestMeasureInst::init()
-{
-    m_peer = new LinePeer(this);
-    QVERIFY(m_peer->listen());
-    m_probe = makeProbe(m_peer->resource());
-}
-
-void TestMeasureInst::cleanup()
-{
-    delete m_probe;
-    m_probe = nullptr;
-    delete m_peer;
-    m_peer = nullptr;
-}
-
-QueueProbe* TestMeasureInst::makeProbe(QString const& resource)
-{
-    auto io = QSharedPointer<io::visa::VisaIO>::create(resource);
-    return new QueueProbe(io);
-}
-
-void TestMeasureInst::ringRunsInOrder()
-{
-    m_probe->ring = {m_probe->cyclic("A?"), m_probe->cyclic("B?"), m_probe->cyclic("C?")};
-    QSignalSpy started(m_probe, &MeasureInst::started);
-    QVERIFY(m_probe->open());
-    QVERIFY(started.wait());
-    QVERIFY(m_probe->active());
-    QTRY_VERIFY(m_probe->decoded.size() >= 7);
-    QCOMPARE(m_probe->processed.mid(0, 7), QStringList({"A?", "B?", "C?", "A?", "B?", "C?", "A?"}));
-    QCOMPARE(m_probe->decoded.first(), QStringLiteral("A?|A?=ok"));
-    QCOMPARE(m_probe->decoded.at(4), QStringLiteral("B?|B?=ok"));
-    // A run without time-outs never resynchronises.
-    QVERIFY(!m_peer->lines().contains(QStringLiteral("*IDN?")));
-}
-
-void TestMeasureInst::oneShotWordsRunBetweenRingEntries()
-{
-    QStringList const ring = {"#begin", "A?", "B?", "C?", "#end"};
-    for (QString const& w : ring)
-        m_probe->ring.append(m_probe->cyclic(w));
-    // Appended while B? awaits its answer: they must run as soon as B? is served.
-    m_probe->onDecode = [this](QString const& word) {
-        if (word == QLatin1String("A?") && !m_probe->processed.contains("X?")) {
-            m_probe->AppendCommand(m_probe->makeWord("X?", 2000), true);
-            m_probe->AppendCommand(m_probe->makeWord("SET 1", 0), true);
-        }
-    };
-    QVERIFY(m_probe->open());
-    QTRY_VERIFY(m_probe->processed.count("#end") >= 2);
-
-    QStringList const& run = m_probe->processed;
-    int const x = int(run.indexOf("X?"));
-    QVERIFY(x > 0);
-    QCOMPARE(run.at(x - 1), QStringLiteral("A?"));
-    QCOMPARE(run.at(x + 1), QStringLiteral("SET 1"));
-    QCOMPARE(run.at(x + 2), QStringLiteral("B?"));
-    // The ring itself kept its order around them, and each ran once.
-    QCOMPARE(only(run, ring).mid(0, 10), ring + ring);
-    QCOMPARE(run.count("X?"), 1);
-    QCOMPARE(run.count("SET 1"), 1);
-    QTRY_VERIFY(m_peer->lines().contains("SET 1"));
-}
-
-void TestMeasureInst::appendedThingsKeepTheirOrder()
-{
-    m_probe->ring = {m_probe->cyclic("R1?"), m_probe->cyclic("R2?")};
-    QSignalSpy started(m_probe, &MeasureInst::started);
-    QVERIFY(m_probe->open());
-    QVERIFY(started.wait());
-
-    // A setting, then a query group with its sign words, then a second group and
-    // a last single word: all in the order appended, each group unbroken.
-    m_probe->AppendCommand(m_probe->makeWord("SET 5", 0), true);
-    m_probe->AppendCommand({m_probe->acyclic("#g1 begin"), m_probe->acyclic("G1A?"), m_probe->acyclic("G1B?"),
-                            m_probe->acyclic("#g1 end")});
-    m_probe->AppendCommand({m_probe->acyclic("G2A?"), m_probe->acyclic("G2B?")});
-    m_probe->AppendCommand(m_probe->makeWord("LAST?", 2000), true);
-
-    QStringList const expected = {"SET 5", "#g1 begin", "G1A?", "G1B?", "#g1 end", "G2A?", "G2B?", "LAST?"};
-    QTRY_VERIFY(m_probe->processed.contains("LAST?"));
-    QTRY_VERIFY(m_probe->processed.count("R1?") >= 3);
-    QStringList const& run = m_probe->processed;
-    int const first = int(run.indexOf("SET 5"));
-    QCOMPARE(run.mid(first, expected.size()), expected);
-    QCOMPARE(only(run, expected), expected);
-    QCOMPARE(only(m_peer->lines(), expected),
-             QStringList({"SET 5", "G1A?", "G1B?", "G2A?", "G2B?", "LAST?"}));
-}
-
-void TestMeasureInst::clearDuringResponseLeavesOnlyWhatIsAppendedNext()
-{
-    m_probe->ring = {m_probe->cyclic("MODE?"), m_probe->cyclic("OLD1?"), m_probe->cyclic("OLD2?")};
-    bool switched = false;
-    m_probe->onDecode = [&](QString const& word) {
-        if (word != QLatin1String("MODE?") || switched)
-            return;
-        switched = true;
-        m_probe->AppendCommand(m_probe->makeWord("LOST?", 2000), true);
-        m_probe->clearCommand(true, true);
-        m_probe->AppendCommand(
-            {m_probe->cyclic("#begin"), m_probe->cyclic("NEW1?"), m_probe->cyclic("NEW2?")});
-    };
-    QVERIFY(m_probe->open());
-    QTRY_VERIFY(m_probe->processed.size() >= 8);
-
-    QCOMPARE(m_probe->processed.mid(0, 8),
-             QStringList({"MODE?", "#begin", "NEW1?", "NEW2?", "#begin", "NEW1?", "NEW2?", "#begin"}));
-    QVERIFY(!m_peer->lines().contains("OLD1?"));
-    QVERIFY(!m_peer->lines().contains("LOST?"));
-    QCOMPARE(m_probe->ringSize(), 3);
-}
-
-void TestMeasureInst::strayFramesAreDropped()
-{
-    // Two lines come back for Q?: the second finds no word awaiting it.
-    m_peer->setResponder([](QString const& line) -> QString {
-        if (line == QLatin1String("Q?"))
-            return QStringLiteral("first\nsecond");
-        return line + QStringLiteral("=ok");
-    });
-    m_probe->ring = {m_probe->cyclic("A?"), m_probe->cyclic("Q?")};
-    QVERIFY(m_probe->open());
-    QTRY_VERIFY(m_probe->decoded.size() >= 20);
-
-    for (QString const& d : std::as_const(m_probe->decoded))
-        QVERIFY2(d == "A?|A?=ok" || d == "Q?|first", qPrintable(d));
-    QVERIFY(qAbs(m_probe->decoded.count("Q?|first") - m_probe->decoded.count("A?|A?=ok")) <= 1);
-}
-
-void TestMeasureInst::lateAnswersNeverShiftTheQueue_data()
-{
-    // The word time is 300 ms; the second B? is answered this late (-1: never).
-    QTest::addColumn<int>("lateMs");
-    QTest::addColumn<bool>("barrierSilentOnce");
-    QTest::addColumn<int>("errors");
-    QTest::newRow("just past its time") << 350 << false << 1;
-    QTest::newRow("well past its time") << 480 << false << 1;
-    QTest::newRow("past the barrier's time too") << 780 << false << 2;
-    QTest::newRow("never") << -1 << false << 1;
-    QTest::newRow("never, first barrier unanswered") << -1 << true << 2;
-}
-
-void TestMeasureInst::lateAnswersNeverShiftTheQueue()
-{
-    QFETCH(int, lateMs);
-    QFETCH(bool, barrierSilentOnce);
-    QFETCH(int, errors);
-    int bQueries = 0;
-    int barriers = 0;
-    m_peer->setResponder([&](QString const& line) -> QString {
-        if (line == QLatin1String("*IDN?"))
-            return barrierSilentOnce && barriers++ == 0 ? QString() : LinePeer::identity();
-        if (line == QLatin1String("B?") && ++bQueries == 2 && lateMs < 0)
-            return QString();
-        return line + QStringLiteral("=ok");
-    });
-    m_peer->setDelay(
-        [&](QString const& line) { return line == QLatin1String("B?") && bQueries == 2 ? lateMs : 0; });
-    m_probe->ring = {m_probe->cyclic("A?", 300), m_probe->cyclic("B?", 300), m_probe->cyclic("C?", 300)};
-    QSignalSpy errorSpy(m_probe, &MeasureInst::processError);
-    QVERIFY(m_probe->open());
-    QTRY_VERIFY_WITH_TIMEOUT(m_probe->decoded.size() >= 30, 5000);
-
-    // Every answer that reached the decoder was its own word's.
-    for (QString const& d : std::as_const(m_probe->decoded)) {
-        QString const word = d.section(QLatin1Char('|'), 0, 0);
-        QCOMPARE(d, word + QLatin1Char('|') + word + QStringLiteral("=ok"));
+    bool openAndWaitStarted()
+    {
+        QSignalSpy started(m_probe, &MeasureInst::started);
+        return m_probe->open() && started.wait();
     }
-    QCOMPARE(errorSpy.size(), errors);
-    QCOMPARE(textOf(errorSpy.first().at(0).value<QSharedPointer<Word>>()), QStringLiteral("B?"));
-    // One barrier per error, and none before the fault.
-    QStringList const lines = m_peer->lines();
-    QCOMPARE(lines.count(QStringLiteral("*IDN?")), errors);
-    QCOMPARE(lines.mid(0, 6), QStringList({"A?", "B?", "C?", "A?", "B?", "*IDN?"}));
-}
 
-void TestMeasureInst::closeForceFromErrorHandlerStops()
-{
-    m_peer->setResponder([](QString const&) { return QString(); });
-    m_probe->ring = {m_probe->cyclic("SILENT?", 20)};
-    int errors = 0;
-    connect(m_probe, &MeasureInst::processError, this, [&] {
-        if (++errors == 3)
-            m_probe->closeForce();
-    });
-    QSignalSpy stoped(m_probe, &MeasureInst::stoped);
-    QVERIFY(m_probe->open());
-    QVERIFY(stoped.wait(5000));
-    QCOMPARE(errors, 3);
-    QVERIFY(!m_probe->active());
-    QTest::qWait(100);
-    QCOMPARE(errors, 3);
-    QCOMPARE(stoped.size(), 1);
-}
+private Q_SLOTS:
+    void init()
+    {
+        m_peer = new LinePeer(this);
+        QVERIFY(m_peer->listen());
+        m_probe = new QueueProbe(m_peer->resource());
+    }
 
-void TestMeasureInst::signWordsLeaveTheStackFlat()
-{
-    // Words served inside their own processWord chain one into the next: a
-    // recursive hand-over would nest 100 000 frames deep.
-    m_probe->ring = {m_probe->cyclic("#one"), m_probe->cyclic("#two")};
-    m_probe->AppendCommand(m_probe->makeWord("#setup", 0), false);
-    QVERIFY(m_probe->open());
-    QTRY_VERIFY_WITH_TIMEOUT(m_probe->processed.size() >= 100000, 60000);
-    m_probe->close();
-    QVERIFY2(m_probe->highestStack - m_probe->lowestStack < 4096,
-             qPrintable(QString::number(m_probe->highestStack - m_probe->lowestStack)));
-}
+    void cleanup()
+    {
+        delete m_probe;
+        delete m_peer;
+    }
 
-void TestMeasureInst::answeredWordsLeaveTheStackFlat()
-{
-    m_probe->ring = {m_probe->cyclic("#begin"), m_probe->cyclic("A?"), m_probe->cyclic("SET", 0),
-                     m_probe->cyclic("B?")};
-    QVERIFY(m_probe->open());
-    QTRY_VERIFY_WITH_TIMEOUT(m_probe->decoded.size() >= 2000, 30000);
-    QVERIFY2(m_probe->highestStack - m_probe->lowestStack < 4096,
-             qPrintable(QString::number(m_probe->highestStack - m_probe->lowestStack)));
-}
+    void appendedWordsRunInOrderBetweenRingEntries()
+    {
+        QStringList const ring = {"#begin", "A?", "B?", "C?", "#end"};
+        m_probe->setRing(ring);
+        // Appended while A? is being answered, in both forms: each runs once, in the order appended,
+        // a group unbroken, all before B?.
+        m_probe->onDecode = [this](QString const& word) {
+            if (word != QLatin1String("A?") || m_probe->processed.contains("SET 1"))
+                return;
+            m_probe->AppendCommand(m_probe->makeWord("SET 1", 0), true);
+            m_probe->AppendCommand({m_probe->acyclic("#g begin"), m_probe->acyclic("G1?"),
+                                    m_probe->acyclic("G2?"), m_probe->acyclic("#g end")});
+            m_probe->AppendCommand({m_probe->acyclic("H1?"), m_probe->acyclic("H2?")});
+            m_probe->AppendCommand(m_probe->makeWord("LAST?", 2000), true);
+        };
+        QVERIFY(m_probe->open());
+        QTRY_VERIFY(m_probe->processed.count("#end") >= 2);
 
-void TestMeasureInst::intervalSpacesTheWords()
-{
-    m_probe->setInterval(25);
-    m_probe->ring = {m_probe->cyclic("A?")};
-    QElapsedTimer clock;
-    QSignalSpy started(m_probe, &MeasureInst::started);
-    QVERIFY(m_probe->open());
-    QVERIFY(started.wait());
-    clock.start();
-    QTRY_VERIFY(m_probe->decoded.size() >= 6);
-    // Five pauses at least between six words.
-    QVERIFY2(clock.elapsed() >= 5 * 25, qPrintable(QString::number(clock.elapsed())));
-}
+        QStringList const appended = {"SET 1", "#g begin", "G1?", "G2?", "#g end", "H1?", "H2?", "LAST?"};
+        QStringList const& run = m_probe->processed;
+        qsizetype const at = run.indexOf("SET 1");
+        QCOMPARE(run.mid(at - 1, appended.size() + 2), QStringList {"A?"} + appended + QStringList {"B?"});
+        QCOMPARE(only(run, appended), appended);
+        QCOMPARE(only(run, ring).mid(0, 10), ring + ring);
+        QCOMPARE(m_probe->decoded.first(), QStringLiteral("A?|A?=ok"));
+        QTRY_COMPARE(only(m_peer->lines(), appended),
+                     (QStringList {"SET 1", "G1?", "G2?", "H1?", "H2?", "LAST?"}));
+        // A run without time-outs never resynchronises.
+        QVERIFY(!m_peer->lines().contains(QStringLiteral("*IDN?")));
+    }
 
-void TestMeasureInst::emptyArgumentGoesOutBare()
-{
-    CommandBox box;
-    m_probe->ring = {m_probe->cyclic("A?")};
-    QSignalSpy started(m_probe, &MeasureInst::started);
-    QVERIFY(m_probe->open());
-    QVERIFY(started.wait());
-    m_probe->AppendCommand(m_probe->makeWord(box.perfCmd(":SYSTem:REMote").arg(QString()), 0), true);
-    m_probe->AppendCommand(m_probe->makeWord(box.perfCmd(":SOURce:VOLTage:LEVel").arg(12.5), 0), true);
-    QTRY_VERIFY(m_peer->lines().contains(":SOURce:VOLTage:LEVel 12.5"));
-    QVERIFY(m_peer->lines().contains(":SYSTem:REMote"));
-    QVERIFY(!m_peer->lines().contains(":SYSTem:REMote "));
-}
+    void clearDuringResponseLeavesOnlyWhatIsAppendedNext()
+    {
+        m_probe->setRing({"MODE?", "OLD1?", "OLD2?"});
+        m_probe->onDecode = [this](QString const& word) {
+            if (word != QLatin1String("MODE?") || m_probe->processed.contains("#begin"))
+                return;
+            m_probe->AppendCommand(m_probe->makeWord("LOST?", 2000), true);
+            m_probe->clearCommand(true, true);
+            m_probe->AppendCommand(
+                {m_probe->cyclic("#begin"), m_probe->cyclic("NEW1?"), m_probe->cyclic("NEW2?")});
+        };
+        QVERIFY(m_probe->open());
+        QTRY_VERIFY(m_probe->processed.size() >= 8);
+        QCOMPARE(m_probe->processed.mid(0, 8),
+                 QStringList({"MODE?", "#begin", "NEW1?", "NEW2?", "#begin", "NEW1?", "NEW2?", "#begin"}));
+        QVERIFY(!m_peer->lines().contains("OLD1?"));
+        QVERIFY(!m_peer->lines().contains("LOST?"));
+    }
 
-void TestMeasureInst::closeStopsAndDrains_data()
-{
-    QTest::addColumn<bool>("drain");
-    QTest::newRow("close") << false;
-    QTest::newRow("close after the waiting words") << true;
-}
+    void strayFramesAreDropped()
+    {
+        // Two lines come back for Q?: the second finds no word awaiting it.
+        m_peer->setResponder([](QString const& line) -> QString {
+            return line == QLatin1String("Q?") ? QStringLiteral("first\nsecond")
+                                               : line + QStringLiteral("=ok");
+        });
+        m_probe->setRing({"A?", "Q?"});
+        QVERIFY(m_probe->open());
+        QTRY_VERIFY(m_probe->decoded.size() >= 20);
+        for (QString const& d : std::as_const(m_probe->decoded))
+            QVERIFY2(d == "A?|A?=ok" || d == "Q?|first", qPrintable(d));
+    }
 
-void TestMeasureInst::closeStopsAndDrains()
-{
-    QFETCH(bool, drain);
-    m_peer->setResponder([](QString const& line) -> QString {
-        return line == QLatin1String("SLOW?") ? QString() : line + QStringLiteral("=ok");
-    });
-    m_probe->ring = {m_probe->cyclic("SLOW?", 300)};
-    QSignalSpy started(m_probe, &MeasureInst::started);
-    QSignalSpy stoped(m_probe, &MeasureInst::stoped);
-    QVERIFY(m_probe->open());
-    QVERIFY(started.wait());
-    QTRY_COMPARE(m_peer->lines().size(), 1);
-    // SLOW? is in flight; two settings wait behind it.
-    m_probe->AppendCommand(m_probe->makeWord("OUT 0", 0), true);
-    m_probe->AppendCommand(m_probe->makeWord("LOCAL", 0), true);
-    QVERIFY(m_probe->close(drain));
-    QCOMPARE(stoped.size(), 0); // never from inside close()
-    QVERIFY(stoped.wait(3000));
-    QVERIFY(!m_probe->active());
-    QTest::qWait(50);
-    QCOMPARE(m_peer->lines().contains("OUT 0"), drain);
-    QCOMPARE(m_peer->lines().contains("LOCAL"), drain);
-    QCOMPARE(m_peer->lines().count("SLOW?"), 1);
-    QVERIFY(!m_probe->close(drain));
-}
+    void lateAnswersNeverShiftTheQueue_data()
+    {
+        // The word time is 300 ms; the second B? is answered this late (-1: never).
+        QTest::addColumn<int>("lateMs");
+        QTest::addColumn<bool>("barrierSilentOnce");
+        QTest::addColumn<int>("errors");
+        QTest::newRow("just past its time") << 350 << false << 1;
+        QTest::newRow("well past its time") << 480 << false << 1;
+        QTest::newRow("past the barrier's time too") << 780 << false << 2;
+        QTest::newRow("never") << -1 << false << 1;
+        QTest::newRow("never, first barrier unanswered") << -1 << true << 2;
+    }
 
-void TestMeasureInst::refusedConnectionStopsAndCanBeRetried()
-{
-    quint16 const port = m_peer->port();
-    m_peer->stopListening();
-    m_probe->ring = {m_probe->cyclic("A?")};
-    QSignalSpy started(m_probe, &MeasureInst::started);
-    QSignalSpy stoped(m_probe, &MeasureInst::stoped);
-    QSignalSpy ioErrors(m_probe, &MeasureInst::ioError);
-    m_probe->open();
-    QVERIFY(stoped.wait(3000));
-    QCOMPARE(started.size(), 0);
-    QVERIFY(!m_probe->active());
-    QCOMPARE(ioErrors.size(), 1);
-    QVERIFY(!m_probe->errorString().isEmpty());
+    void lateAnswersNeverShiftTheQueue()
+    {
+        QFETCH(int, lateMs);
+        QFETCH(bool, barrierSilentOnce);
+        QFETCH(int, errors);
+        int bQueries = 0;
+        int barriers = 0;
+        m_peer->setResponder([&](QString const& line) -> QString {
+            if (line == QLatin1String("*IDN?"))
+                return barrierSilentOnce && barriers++ == 0 ? QString() : LinePeer::identity();
+            if (line == QLatin1String("B?") && ++bQueries == 2 && lateMs < 0)
+                return QString();
+            return line + QStringLiteral("=ok");
+        });
+        m_peer->setDelay(
+            [&](QString const& line) { return line == QLatin1String("B?") && bQueries == 2 ? lateMs : 0; });
+        m_probe->setRing({"A?", "B?", "C?"}, 300);
+        QSignalSpy errorSpy(m_probe, &MeasureInst::processError);
+        QVERIFY(m_probe->open());
+        QTRY_VERIFY_WITH_TIMEOUT(m_probe->decoded.size() >= 30, 5000);
 
-    QVERIFY(m_peer->listen(port));
-    QVERIFY(m_probe->open());
-    QVERIFY(started.wait(3000));
-    QTRY_VERIFY(m_probe->decoded.contains("A?|A?=ok"));
-}
+        // Every answer that reached the decoder was its own word's.
+        for (QString const& d : std::as_const(m_probe->decoded)) {
+            QString const word = d.section(QLatin1Char('|'), 0, 0);
+            QCOMPARE(d, word + QLatin1Char('|') + word + QStringLiteral("=ok"));
+        }
+        QCOMPARE(errorSpy.size(), errors);
+        QCOMPARE(textOf(errorSpy.first().at(0).value<QSharedPointer<Word>>()), QStringLiteral("B?"));
+        // One barrier per error, and none before the fault.
+        QCOMPARE(m_peer->lines().count(QStringLiteral("*IDN?")), errors);
+        QCOMPARE(m_peer->lines().mid(0, 6), QStringList({"A?", "B?", "C?", "A?", "B?", "*IDN?"}));
+    }
 
-void TestMeasureInst::droppedConnectionStopsAndReopens()
-{
-    m_peer->setCloseAfter(5);
-    m_probe->ring = {m_probe->cyclic("A?"), m_probe->cyclic("B?")};
-    QSignalSpy stoped(m_probe, &MeasureInst::stoped);
-    QSignalSpy started(m_probe, &MeasureInst::started);
-    QVERIFY(m_probe->open());
-    QVERIFY(stoped.wait(3000));
-    QVERIFY(!m_probe->active());
-    QCOMPARE(m_peer->lines().size(), 5);
+    void closeForceFromErrorHandlerStops()
+    {
+        m_peer->setResponder([](QString const&) { return QString(); });
+        m_probe->setRing({"SILENT?"}, 20);
+        int errors = 0;
+        connect(m_probe, &MeasureInst::processError, this, [&] {
+            if (++errors == 3)
+                m_probe->closeForce();
+        });
+        QSignalSpy stoped(m_probe, &MeasureInst::stoped);
+        QVERIFY(m_probe->open());
+        QVERIFY(stoped.wait(5000));
+        QTest::qWait(100);
+        QCOMPARE(errors, 3);
+        QCOMPARE(stoped.size(), 1);
+        QVERIFY(!m_probe->active());
+    }
 
-    m_peer->setCloseAfter(0);
-    m_probe->decoded.clear();
-    QVERIFY(m_probe->open());
-    QVERIFY(started.wait(3000));
-    QTRY_VERIFY(m_probe->decoded.size() >= 4);
-    QCOMPARE(m_peer->connections(), 2);
-    QCOMPARE(stoped.size(), 1);
-}
+    void wordsServedAtOnceLeaveTheStackFlat()
+    {
+        // Sign words and words without an answer are served inside their own processWord: handed on
+        // by recursion, thousands of them in a row would nest as deep.
+        m_probe->setRing({"#one", "#two"});
+        m_probe->ring.append(m_probe->cyclic("SET", 0));
+        QVERIFY(m_probe->open());
+        QTRY_VERIFY(m_probe->processed.size() >= 3000);
+        m_probe->close();
+        QVERIFY2(m_probe->highestStack - m_probe->lowestStack < 4096,
+                 qPrintable(QString::number(m_probe->highestStack - m_probe->lowestStack)));
+    }
 
-void TestMeasureInst::unansweredConnectTimesOut()
-{
-    // A listener whose backlog is full and that accepts nothing: the handshake
-    // of the next connection is never answered.
-    QTcpServer deaf;
-    deaf.setListenBacklogSize(0);
-    QVERIFY(deaf.listen(QHostAddress::LocalHost, 0));
-    deaf.pauseAccepting();
-    QTcpSocket filler;
-    filler.connectToHost(QHostAddress::LocalHost, deaf.serverPort());
-    QVERIFY(filler.waitForConnected(1000));
+    void intervalSpacesTheWords()
+    {
+        m_probe->setInterval(25);
+        m_probe->setRing({"A?"});
+        QVERIFY(openAndWaitStarted());
+        QElapsedTimer clock;
+        clock.start();
+        QTRY_VERIFY(m_probe->decoded.size() >= 6);
+        // Five pauses at least between six words.
+        QVERIFY2(clock.elapsed() >= 5 * 25, qPrintable(QString::number(clock.elapsed())));
+    }
 
-    auto io = QSharedPointer<io::visa::VisaIO>::create(
-        QStringLiteral("TCPIP0::127.0.0.1::%1::SOCKET").arg(deaf.serverPort()));
-    io->setTimeout(150);
-    QueueProbe probe(io);
-    QSignalSpy stoped(&probe, &MeasureInst::stoped);
-    QSignalSpy ioErrors(&probe, &MeasureInst::ioError);
-    QElapsedTimer clock;
-    clock.start();
-    QVERIFY(probe.open());
-    QVERIFY(stoped.wait(3000));
-    QVERIFY2(clock.elapsed() >= 150, qPrintable(QString::number(clock.elapsed())));
-    QCOMPARE(ioErrors.size(), 1);
-    QVERIFY2(ioErrors.at(0).at(0).toString().contains("150 ms"), qPrintable(ioErrors.at(0).at(0).toString()));
-    QVERIFY(!probe.active());
-}
+    void closeStopsAndDrains_data()
+    {
+        QTest::addColumn<bool>("drain");
+        QTest::newRow("close") << false;
+        QTest::newRow("close after the waiting words") << true;
+    }
 
-void TestMeasureInst::unusableResourceEndsInStoped()
-{
-    // Each transport's own failures are tried in the transport suite.
-    std::unique_ptr<QueueProbe> probe(makeProbe(QStringLiteral("not a resource")));
-    QSignalSpy stoped(probe.get(), &MeasureInst::stoped);
-    QSignalSpy ioErrors(probe.get(), &MeasureInst::ioError);
-    QVERIFY(!probe->open());
-    QCOMPARE(stoped.size(), 0);
-    QVERIFY(stoped.wait(2000));
-    QCOMPARE(ioErrors.size(), 1);
-    QVERIFY2(ioErrors.at(0).at(0).toString().contains("Invalid"),
-             qPrintable(ioErrors.at(0).at(0).toString()));
-    QVERIFY(!probe->active());
-}
+    void closeStopsAndDrains()
+    {
+        QFETCH(bool, drain);
+        m_peer->setResponder([](QString const&) { return QString(); });
+        m_probe->setRing({"SLOW?"}, 300);
+        QSignalSpy stoped(m_probe, &MeasureInst::stoped);
+        QVERIFY(openAndWaitStarted());
+        QTRY_COMPARE(m_peer->lines().size(), 1);
+        // SLOW? is in flight; two settings wait behind it.
+        m_probe->AppendCommand(m_probe->makeWord("OUT 0", 0), true);
+        m_probe->AppendCommand(m_probe->makeWord("LOCAL", 0), true);
+        QVERIFY(m_probe->close(drain));
+        QCOMPARE(stoped.size(), 0); // never from inside close()
+        QVERIFY(stoped.wait(3000));
+        QVERIFY(!m_probe->active());
+        QTest::qWait(50);
+        QCOMPARE(m_peer->lines(),
+                 drain ? QStringList({"SLOW?", "*IDN?", "OUT 0", "LOCAL"}) : QStringList {"SLOW?"});
+        QVERIFY(!m_probe->close(drain));
+    }
 
-void TestMeasureInst::openWhileActiveIsRefused()
-{
-    m_probe->ring = {m_probe->cyclic("A?")};
-    QSignalSpy started(m_probe, &MeasureInst::started);
-    QVERIFY(m_probe->open());
-    QVERIFY(!m_probe->open());
-    QVERIFY(started.wait());
-    QVERIFY(!m_probe->open());
-    QCOMPARE(started.size(), 1);
-    QCOMPARE(m_peer->connections(), 1);
-}
+    void failedOpenEndsInStoped_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("refused") << "refused"
+                                 << "";
+        // A listener whose backlog is full and that accepts nothing never answers the handshake.
+        QTest::newRow("handshake unanswered") << "deaf"
+                                              << "150 ms";
+        // Each transport's own failures are tried in the transport suite.
+        QTest::newRow("not a resource") << "not a resource"
+                                        << "Invalid";
+    }
+
+    void failedOpenEndsInStoped()
+    {
+        QFETCH(QString, how);
+        QFETCH(QString, message);
+        QTcpServer deaf;
+        QTcpSocket filler;
+        QString resource = how;
+        if (how == "refused") {
+            m_peer->stopListening();
+            resource = m_peer->resource();
+        } else if (how == "deaf") {
+            deaf.setListenBacklogSize(0);
+            QVERIFY(deaf.listen(QHostAddress::LocalHost, 0));
+            deaf.pauseAccepting();
+            filler.connectToHost(QHostAddress::LocalHost, deaf.serverPort());
+            QVERIFY(filler.waitForConnected(1000));
+            resource = QStringLiteral("TCPIP0::127.0.0.1::%1::SOCKET").arg(deaf.serverPort());
+        }
+        QueueProbe probe(resource);
+        probe.io().staticCast<io::visa::VisaIO>()->setTimeout(150);
+        QSignalSpy started(&probe, &MeasureInst::started);
+        QSignalSpy stoped(&probe, &MeasureInst::stoped);
+        QSignalSpy ioErrors(&probe, &MeasureInst::ioError);
+        bool const opening = probe.open();
+        QVERIFY(!opening || how != "not a resource");
+        QCOMPARE(stoped.size(), 0);
+        QVERIFY(stoped.wait(3000));
+        QCOMPARE(started.size(), 0);
+        QVERIFY(!probe.active());
+        QCOMPARE(ioErrors.size(), 1);
+        QString const error = ioErrors.at(0).at(0).toString();
+        QVERIFY2(!error.isEmpty() && error.contains(message), qPrintable(error));
+        QCOMPARE(probe.errorString(), error);
+    }
+
+    void droppedConnectionStopsAndReopens()
+    {
+        m_peer->setCloseAfter(5);
+        m_probe->setRing({"A?", "B?"});
+        QSignalSpy stoped(m_probe, &MeasureInst::stoped);
+        QVERIFY(m_probe->open());
+        QVERIFY(stoped.wait(3000));
+        QVERIFY(!m_probe->active());
+        QCOMPARE(m_peer->lines().size(), 5);
+
+        m_peer->setCloseAfter(0);
+        m_probe->decoded.clear();
+        QVERIFY(openAndWaitStarted());
+        QTRY_VERIFY(m_probe->decoded.size() >= 4);
+        QCOMPARE(m_peer->connections(), 2);
+        QCOMPARE(stoped.size(), 1);
+    }
+
+    void openWhileActiveIsRefused()
+    {
+        m_probe->setRing({"A?"});
+        QSignalSpy started(m_probe, &MeasureInst::started);
+        QVERIFY(m_probe->open());
+        QVERIFY(!m_probe->open()); // still opening
+        QVERIFY(started.wait());
+        QVERIFY(!m_probe->open());
+        QCOMPARE(started.size(), 1);
+        QCOMPARE(m_peer->connections(), 1);
+    }
+};
 
 QTEST_MAIN(TestMeasureInst)
 #include "tst_measureinst.moc"
