@@ -78,19 +78,22 @@ QStringList dump(DmmData const& d)
 // No box without a reading and no empty word: nothing of the pass is missing.
 bool complete(DmmData const& d)
 {
-    for (QString const& field : dump(d)) {
-        if (field.contains('!') || field.endsWith('='))
-            return false;
-    }
-    return true;
+    QStringList const fields = dump(d);
+    return std::none_of(fields.cbegin(), fields.cend(),
+                        [](QString const& f) { return f.contains('!') || f.endsWith('='); });
 }
 
 QString describe(ListAndDelayer const& ld)
 {
-    return (QStringList() << QString::number(ld.running) << QString::number(ld.listValue)
-                          << QString::number(ld.stateNumber) << QString::number(ld.stateCount)
-                          << QString::number(ld.start) << QString::number(ld.count)
-                          << QString::number(ld.cycles) << ld.endState << ld.stopCondition)
+    return QStringList {QString::number(ld.running),
+                        QString::number(ld.listValue),
+                        QString::number(ld.stateNumber),
+                        QString::number(ld.stateCount),
+                        QString::number(ld.start),
+                        QString::number(ld.count),
+                        QString::number(ld.cycles),
+                        ld.endState,
+                        ld.stopCondition}
         .join('|');
 }
 
@@ -113,26 +116,13 @@ qsizetype handlerErrors()
 class TestMyDmm : public QObject
 {
     Q_OBJECT
-private Q_SLOTS:
-    void init();
-    void cleanup();
 
-    void ringPerPowerMode_data();
-    void ringPerPowerMode();
-    void decoding_data();
-    void decoding();
-    void modeChangeDropsPassInProgress_data();
-    void modeChangeDropsPassInProgress();
-    void unknownWordIsLoggedAndCycleGoesOn();
-    void settingCommands_data();
-    void settingCommands();
-    void toggles_data();
-    void toggles();
-    void queryGroups_data();
-    void queryGroups();
-    void historySurvivesCloseAndOpen();
+    LinePeer* m_peer = nullptr;
+    MyDMM* m_dmm = nullptr;
+    QHash<QString, QString> m_answers;
+    // Lines the peer had received when each sample was published.
+    QList<int> m_linesAtSample;
 
-private:
     // QSignalSpy::wait, unlike QTRY_, does not sleep between the turns of the ping-pong.
     bool waitSamples(int count)
     {
@@ -144,6 +134,10 @@ private:
         return true;
     }
     QStringList const& lines() const { return m_peer->lines(); }
+    QStringList linesOfSample(int i) const
+    {
+        return lines().mid(m_linesAtSample[i], m_linesAtSample[i + 1] - m_linesAtSample[i]);
+    }
     // Lines received from index from on that are no queries of a ring.
     QStringList extraLines(int from) const
     {
@@ -153,380 +147,379 @@ private:
         return extra;
     }
 
-    LinePeer* m_peer = nullptr;
-    MyDMM* m_dmm = nullptr;
-    QHash<QString, QString> m_answers;
-    // Lines the peer had received when each sample was published.
-    QList<int> m_linesAtSample;
-};
+private Q_SLOTS:
+    void init()
+    {
+        g_messages.clear();
+        g_previousHandler = qInstallMessageHandler(captureMessage);
+        m_answers = {{kModeQuery, "Normal"},
+                     {":MEASure:ALL?", "12.001,1.200,14.401"},
+                     {kParallelQuery, "12.001,2.400,28.802"},
+                     {kSeriesQuery, "24.002,1.200,28.802"},
+                     {":LISTout:STATe?", "1,12.500,3,7,2.9,ON"},
+                     {":LISTout:BASE?", "4,10,5,OFF"},
+                     {":DELAY:STATe?", "0, 0.500 ,6,1,3.9,LAST"},
+                     {":DELAY:CYCLEs?", "7"},
+                     {":DELAY:ENDState?", "ON"},
+                     {":DELAY:STARt?", "2"},
+                     {":DELAY:GROUPs?", "9"},
+                     {":DELAY:STOP?", "V<,1.5"}};
+        m_linesAtSample.clear();
+        m_peer = new LinePeer(this);
+        QVERIFY(m_peer->listen());
+        // Any other query reads "0".
+        m_peer->setResponder([this](QString const& line) {
+            return line.contains('?') ? m_answers.value(line, QStringLiteral("0")) : QString();
+        });
+        m_dmm = new MyDMM(ChannelLimitRange(), QSharedPointer<VisaIO>::create(m_peer->resource()), true);
+        m_dmm->setInterval(0);
+        connect(m_dmm, &MyDMM::updateData, this, [this] { m_linesAtSample.append(int(lines().size())); });
+    }
 
-void TestMyDmm::init()
-{
-    g_messages.clear();
-    g_previousHandler = qInstallMessageHandler(captureMessage);
-    m_answers = {{kModeQuery, "Normal"},
-                 {":MEASure:ALL?", "12.001,1.200,14.401"},
-                 {kParallelQuery, "12.001,2.400,28.802"},
-                 {kSeriesQuery, "24.002,1.200,28.802"},
-                 {":LISTout:STATe?", "1,12.500,3,7,2.9,ON"},
-                 {":LISTout:BASE?", "4,10,5,OFF"},
-                 {":DELAY:STATe?", "0, 0.500 ,6,1,3.9,LAST"},
-                 {":DELAY:CYCLEs?", "7"},
-                 {":DELAY:ENDState?", "ON"},
-                 {":DELAY:STARt?", "2"},
-                 {":DELAY:GROUPs?", "9"},
-                 {":DELAY:STOP?", "V<,1.5"}};
-    m_linesAtSample.clear();
-    m_peer = new LinePeer(this);
-    QVERIFY(m_peer->listen());
-    // Any other query reads "0".
-    m_peer->setResponder([this](QString const& line) {
-        return line.contains('?') ? m_answers.value(line, QStringLiteral("0")) : QString();
-    });
-    m_dmm = new MyDMM(ChannelLimitRange(), QSharedPointer<VisaIO>::create(m_peer->resource()), true);
-    m_dmm->setInterval(0);
-    connect(m_dmm, &MyDMM::updateData, this, [this] { m_linesAtSample.append(int(lines().size())); });
-}
+    void cleanup()
+    {
+        if (m_dmm && m_dmm->active())
+            m_dmm->closeForce();
+        delete m_dmm;
+        m_dmm = nullptr;
+        delete m_peer;
+        qInstallMessageHandler(g_previousHandler);
+    }
 
-void TestMyDmm::cleanup()
-{
-    if (m_dmm && m_dmm->active())
-        m_dmm->closeForce();
-    delete m_dmm;
-    m_dmm = nullptr;
-    delete m_peer;
-    qInstallMessageHandler(g_previousHandler);
-}
+    void ringPerPowerMode_data()
+    {
+        QTest::addColumn<QString>("mode");
+        QTest::addColumn<QString>("group"); // the query that the mode adds to the ring
+        for (char const* mode : {"Normal", "EXT_V"})
+            QTest::newRow(mode) << mode << QString();
+        for (char const* mode : {"PARAMaster", "PARASlave"})
+            QTest::newRow(mode) << mode << kParallelQuery;
+        for (char const* mode : {"SERMaster", "SERSlave"})
+            QTest::newRow(mode) << mode << kSeriesQuery;
+    }
 
-void TestMyDmm::ringPerPowerMode_data()
-{
-    QTest::addColumn<QString>("mode");
-    QTest::addColumn<QString>("group"); // the query that the mode adds to the ring
-    QTest::newRow("Normal") << "Normal" << QString();
-    QTest::newRow("PARAMaster") << "PARAMaster" << kParallelQuery;
-    QTest::newRow("PARASlave") << "PARASlave" << kParallelQuery;
-    QTest::newRow("SERMaster") << "SERMaster" << kSeriesQuery;
-    QTest::newRow("SERSlave") << "SERSlave" << kSeriesQuery;
-    QTest::newRow("EXT_V") << "EXT_V" << QString();
-}
+    void ringPerPowerMode()
+    {
+        QFETCH(QString, mode);
+        QFETCH(QString, group);
+        m_answers[kModeQuery] = mode;
+        QVERIFY(m_dmm->open());
+        QVERIFY(waitSamples(2));
 
-void TestMyDmm::ringPerPowerMode()
-{
-    QFETCH(QString, mode);
-    QFETCH(QString, group);
-    m_answers[kModeQuery] = mode;
-    QVERIFY(m_dmm->open());
-    QVERIFY(waitSamples(2));
+        // The first pass ends at its first answer, when the ring for the mode goes in: the first
+        // sample comes from the second pass.
+        QCOMPARE(lines().mid(0, m_linesAtSample[0]), QStringList {kModeQuery} + ringWith(group));
+        QCOMPARE(linesOfSample(0), ringWith(group));
 
-    // The first pass ends at its first answer, when the ring for the mode goes in: the first
-    // sample comes from the second pass.
-    QList<int> const& at = m_linesAtSample;
-    QCOMPARE(lines().mid(0, at[0]), QStringList {kModeQuery} + ringWith(group));
-    QCOMPARE(lines().mid(at[0], at[1] - at[0]), ringWith(group));
+        QList<QSharedPointer<DmmData>> const samples = m_dmm->getMeasureData();
+        QVERIFY(samples[0] != samples[1]);
+        QCOMPARE(m_dmm->lastMeasureData(), samples[1]);
+        // Stamped at the end of the pass, in local wall-clock time.
+        QCOMPARE(samples[0]->dateTime().timeSpec(), Qt::LocalTime);
+        QVERIFY(qAbs(samples[1]->dateTime().secsTo(QDateTime::currentDateTime())) < 60);
+        QCOMPARE(samples[0]->config().powerMode, mode);
+        QVERIFY(complete(*samples[0]));
+        // Group readings never land in the unit's own.
+        Channel const* ch = samples[0]->activeChannel();
+        QString const none = "! ! !";
+        QCOMPARE(readings(ch->voltage, ch->current, ch->power), "12.001V 1.200A 14.401W");
+        QCOMPARE(readings(ch->parallelVoltage, ch->parallelCurrent, ch->parallelPower),
+                 group == kParallelQuery ? "12.001V 2.400A 28.802W" : none);
+        QCOMPARE(readings(ch->seriesVoltage, ch->seriesCurrent, ch->seriesPower),
+                 group == kSeriesQuery ? "24.002V 1.200A 28.802W" : none);
+        QCOMPARE(handlerErrors(), 0);
+    }
 
-    QList<QSharedPointer<DmmData>> const samples = m_dmm->getMeasureData();
-    QVERIFY(samples[0] != samples[1]);
-    QCOMPARE(m_dmm->lastMeasureData(), samples[1]);
-    // Stamped at the end of the pass, in local wall-clock time.
-    QCOMPARE(samples[0]->dateTime().timeSpec(), Qt::LocalTime);
-    QVERIFY(qAbs(samples[1]->dateTime().secsTo(QDateTime::currentDateTime())) < 60);
-    QCOMPARE(samples[0]->config().powerMode, mode);
-    QVERIFY(complete(*samples[0]));
-    // Group readings never land in the unit's own.
-    Channel const* ch = samples[0]->activeChannel();
-    QString const none = "! ! !";
-    QCOMPARE(readings(ch->voltage, ch->current, ch->power), "12.001V 1.200A 14.401W");
-    QCOMPARE(readings(ch->parallelVoltage, ch->parallelCurrent, ch->parallelPower),
-             group == kParallelQuery ? "12.001V 2.400A 28.802W" : none);
-    QCOMPARE(readings(ch->seriesVoltage, ch->seriesCurrent, ch->seriesPower),
-             group == kSeriesQuery ? "24.002V 1.200A 28.802W" : none);
-    QCOMPARE(handlerErrors(), 0);
-}
+    void decoding_data()
+    {
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<QString>("field");
+        auto const row = [](char const* name, char const* query, char const* answer, char const* field) {
+            QTest::newRow(name) << QString(query) << QString(answer) << QString(field);
+        };
+        row("measure with blanks", ":MEASure:ALL?", " 5 , 0.25 ,1.25 ", "meas=5.000V 0.250A 1.250W");
+        row("measure four fields", ":MEASure:ALL?", "1,2,3,4", "meas=! ! !");
+        row("measure two fields", ":MEASure:ALL?", "1,2", "meas=! ! !");
+        row("measure empty", ":MEASure:ALL?", "", "meas=! ! !");
+        row("cvcc trailing blanks", ":OUTPut:CVCC?", "CC   \t", "cvcc=CC");
+        row("voltage level unreadable", ":SOURce:VOLTage:LEVel?", "high", "vLevel=!V");
+        row("ovp on as word", ":SOURce:VOLTage:PROTection:STATe?", "ON", "ovpOn=on");
+        row("ovp tripped", ":OUTPut:OVP:TRIPed?", "1", "ovpTrip=on");
+        row("ocp junk", ":SOURce:CURRent:PROTection:STATe?", "2", "ocpOn=off");
+        row("ocp tripped", ":OUTPut:OCP:TRIPed?", "1", "ocpTrip=on");
+        row("brightness decimal", ":SYSTem:BRIGhtness?", "80.5", "bright=0");
+        row("brightness beyond int", ":SYSTem:BRIGhtness?", "2147483648", "bright=0");
+    }
 
-void TestMyDmm::decoding_data()
-{
-    QTest::addColumn<QString>("query");
-    QTest::addColumn<QString>("answer");
-    QTest::addColumn<QString>("field");
-    auto const row = [](char const* name, char const* query, char const* answer, char const* field) {
-        QTest::newRow(name) << QString(query) << QString(answer) << QString(field);
-    };
-    row("measure with blanks", ":MEASure:ALL?", " 5 , 0.25 ,1.25 ", "meas=5.000V 0.250A 1.250W");
-    row("measure four fields", ":MEASure:ALL?", "1,2,3,4", "meas=! ! !");
-    row("measure two fields", ":MEASure:ALL?", "1,2", "meas=! ! !");
-    row("cvcc trailing blanks", ":OUTPut:CVCC?", "CC   \t", "cvcc=CC");
-    row("voltage level unreadable", ":SOURce:VOLTage:LEVel?", "high", "vLevel=!V");
-    row("ovp on as word", ":SOURce:VOLTage:PROTection:STATe?", "ON", "ovpOn=on");
-    row("ovp tripped", ":OUTPut:OVP:TRIPed?", "1", "ovpTrip=on");
-    row("ocp junk", ":SOURce:CURRent:PROTection:STATe?", "2", "ocpOn=off");
-    row("ocp tripped", ":OUTPut:OCP:TRIPed?", "1", "ocpTrip=on");
-    row("brightness abc", ":SYSTem:BRIGhtness?", "abc", "bright=0");
-    row("brightness decimal", ":SYSTem:BRIGhtness?", "80.5", "bright=0");
-    row("brightness beyond int", ":SYSTem:BRIGhtness?", "2147483648", "bright=0");
-}
+    void decoding()
+    {
+        QFETCH(QString, query);
+        QFETCH(QString, answer);
+        QFETCH(QString, field);
+        m_answers[query] = answer;
+        QSignalSpy errors(m_dmm, &MyDMM::processError);
+        QVERIFY(m_dmm->open());
+        // A bad answer never stops the cycle, and is no handler error.
+        QVERIFY(waitSamples(3));
+        QCOMPARE(errors.size(), 0);
+        for (QSharedPointer<DmmData> const& sample : m_dmm->getMeasureData())
+            QVERIFY2(dump(*sample).contains(field), qPrintable(dump(*sample).join(' ')));
+        QCOMPARE(handlerErrors(), 0);
+    }
 
-void TestMyDmm::decoding()
-{
-    QFETCH(QString, query);
-    QFETCH(QString, answer);
-    QFETCH(QString, field);
-    m_answers[query] = answer;
-    QVERIFY(m_dmm->open());
-    // A bad answer never stops the cycle, and is no handler error.
-    QVERIFY(waitSamples(3));
-    for (QSharedPointer<DmmData> const& sample : m_dmm->getMeasureData())
-        QVERIFY2(dump(*sample).contains(field), qPrintable(dump(*sample).join(' ')));
-    QCOMPARE(handlerErrors(), 0);
-}
+    void modeChangeDropsPassInProgress_data()
+    {
+        QTest::addColumn<QString>("from");
+        QTest::addColumn<QString>("to");
+        QTest::addColumn<QString>("group");
+        QTest::newRow("Normal to SERSlave") << "Normal" << QString("SERSlave") << kSeriesQuery;
+        QTest::newRow("PARAMaster to EXT_V") << "PARAMaster" << QString("EXT_V") << QString();
+        QTest::newRow("SERMaster to PARASlave") << "SERMaster" << QString("PARASlave") << kParallelQuery;
+    }
 
-void TestMyDmm::modeChangeDropsPassInProgress_data()
-{
-    QTest::addColumn<QString>("from");
-    QTest::addColumn<QString>("to");
-    QTest::addColumn<QString>("group");
-    QTest::newRow("Normal to SERSlave") << "Normal" << QString("SERSlave") << kSeriesQuery;
-    QTest::newRow("PARAMaster to EXT_V") << "PARAMaster" << QString("EXT_V") << QString();
-    QTest::newRow("SERMaster to PARASlave") << "SERMaster" << QString("PARASlave") << kParallelQuery;
-}
-
-void TestMyDmm::modeChangeDropsPassInProgress()
-{
-    QFETCH(QString, from);
-    QFETCH(QString, to);
-    QFETCH(QString, group);
-    m_answers[kModeQuery] = from;
-    QVERIFY(m_dmm->open());
-    QVERIFY(waitSamples(2));
-    // In the third pass, with its voltage level stored, the instrument takes the new mode and a new level.
-    bool triggered = false;
-    connect(m_peer, &LinePeer::lineReceived, this, [&](QString const& line) {
-        if (!triggered && line == ":SOURce:CURRent:LEVel?") {
-            triggered = true;
+    void modeChangeDropsPassInProgress()
+    {
+        QFETCH(QString, from);
+        QFETCH(QString, to);
+        QFETCH(QString, group);
+        m_answers[kModeQuery] = from;
+        QVERIFY(m_dmm->open());
+        QVERIFY(waitSamples(2));
+        // In the third pass, with its voltage level stored, the instrument takes the new mode and a new
+        // level.
+        connect(m_peer, &LinePeer::lineReceived, this, [&](QString const& line) {
+            if (line != ":SOURce:CURRent:LEVel?" || m_answers[kModeQuery] == to)
+                return;
             m_answers[kModeQuery] = to;
             m_answers[":SOURce:VOLTage:LEVel?"] = "24";
             m_dmm->cmdPowerMode(to);
             // Waiting behind the mode's read-back: dropped with the ring.
             m_dmm->cmdVoltage(7);
             m_dmm->listQueryOptions();
-        }
-    });
-    QSignalSpy listouts(m_dmm, &MyDMM::updateListout);
-    QVERIFY(waitSamples(4));
-    QVERIFY(!lines().contains(":SOURce:VOLTage:LEVel 7"));
-    QCOMPARE(listouts.size(), 0);
-
-    // The read-back of the setting rebuilds the ring at once: the rest of the pass is never sent.
-    qsizetype const at = lines().indexOf(":SYSTem:POWER:MODE " + to);
-    QVERIFY(at > 0);
-    QCOMPARE(lines().at(at - 1), ":SOURce:CURRent:LEVel?");
-    QCOMPARE(lines().mid(at + 1, 3), (QStringList {kModeQuery, kModeQuery, ":MEASure:ALL?"}));
-    // The dropped pass is never published: no sample mixes the modes or is half filled.
-    QList<QSharedPointer<DmmData>> const samples = m_dmm->getMeasureData();
-    for (int i = 0; i < samples.size(); ++i) {
-        QCOMPARE(samples[i]->config().powerMode, i < 2 ? from : to);
-        QCOMPARE(samples[i]->activeChannel()->voltage.level.value, i < 2 ? 0.0 : 24.0);
-        QVERIFY(complete(*samples[i]));
-    }
-    Channel const* ch = samples[2]->activeChannel();
-    QCOMPARE(ch->parallelVoltage.measured.kind == 0, group == kParallelQuery);
-    QCOMPARE(ch->seriesVoltage.measured.kind == 0, group == kSeriesQuery);
-    QCOMPARE(lines().mid(m_linesAtSample[2], m_linesAtSample[3] - m_linesAtSample[2]), ringWith(group));
-}
-
-void TestMyDmm::unknownWordIsLoggedAndCycleGoesOn()
-{
-    QVERIFY(m_dmm->open());
-    QVERIFY(waitSamples(1));
-    QTest::ignoreMessage(QtDebugMsg, "Command Handler Error:XXX? 0");
-    m_dmm->cmdSetXXX(1.23456789);
-    QVERIFY(waitSamples(3));
-    qsizetype const at = lines().indexOf("XXX 1.23457");
-    QVERIFY(at > 0);
-    QCOMPARE(lines().at(at + 1), "XXX?");
-    QCOMPARE(handlerErrors(), 1);
-}
-
-void TestMyDmm::settingCommands_data()
-{
-    QTest::addColumn<Action>("action");
-    QTest::addColumn<QStringList>("expected");
-    auto const row = [](char const* name, Action action, QStringList expected) {
-        QTest::newRow(name) << action << expected;
-    };
-    row("power mode and its read-back", [](MyDMM* d) { d->cmdPowerMode("PARASlave"); },
-        {":SYSTem:POWER:MODE PARASlave", kModeQuery});
-    row("real to six digits", [](MyDMM* d) { d->cmdVoltage(12.3456789); }, {":SOURce:VOLTage:LEVel 12.3457"});
-    row("on", [](MyDMM* d) { d->cmdOutput(true); }, {":OUTPut:STATe ON"});
-    row("off", [](MyDMM* d) { d->cmdOCP(false); }, {":SOURce:CURRent:PROTection:STATe OFF"});
-    row("integer", [](MyDMM* d) { d->cmdPowerOCPDelay(-5); }, {":SYSTem:POWER:OCPDelay -5"});
-    row("word", [](MyDMM* d) { d->cmdPowerEload("ON"); }, {":SYSTem:POWER:ELOAD:STATe ON"});
-    row("bare commands in order",
-        [](MyDMM* d) {
-            d->cmdOVPClear();
-            d->cmdOCPClear();
-            d->cmdRemote();
-            d->cmdLocal();
-        },
-        {":SOURce:VOLTage:PROTection:CLEar", ":CURRent:PROTection:CLEar", ":SYSTem:REMote", ":SYSTem:LOCal"});
-    row("list item", [](MyDMM* d) { d->cmdListSetItem(3, 12.3456789, 1.5, 0.1); },
-        {":LISTout:PARAmeter 3,12.3457,1.5,0.1"});
-    row("delayer cycles query", [](MyDMM* d) { d->cmdDelayQueryCycles(); }, {":DELAY:CYCLEs?"});
-    row("delayer end state query", [](MyDMM* d) { d->cmdDelayQueryEndState(); }, {":DELAY:ENDState?"});
-    row("delayer start query", [](MyDMM* d) { d->cmdDelayQueryGroupStartNum(); }, {":DELAY:STARt?"});
-    row("delayer groups query", [](MyDMM* d) { d->cmdDelayQueryGroupCount(); }, {":DELAY:GROUPs?"});
-    row("delayer stop query", [](MyDMM* d) { d->cmdDelayQueryGroupStopCondition(); }, {":DELAY:STOP?"});
-}
-
-void TestMyDmm::settingCommands()
-{
-    QFETCH(Action, action);
-    QFETCH(QStringList, expected);
-    QVERIFY(m_dmm->open());
-    QVERIFY(waitSamples(1));
-    int const from = int(lines().size());
-    action(m_dmm);
-    QVERIFY(waitSamples(3));
-
-    // The lines go out together, between two entries of the ring, and nothing else is sent.
-    QCOMPARE(lines().mid(lines().indexOf(expected.first(), from), expected.size()), expected);
-    expected.removeAll(kModeQuery);
-    QCOMPARE(extraLines(from), expected);
-    QCOMPARE(handlerErrors(), 0);
-}
-
-void TestMyDmm::toggles_data()
-{
-    QTest::addColumn<Toggle>("toggle");
-    QTest::addColumn<bool>("argument");
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<QString>("state"); // the answer to the command's query; empty: before the first sample
-    QTest::addColumn<int>("times");
-    QTest::addColumn<QString>("expected");
-
-    Toggle const output = &MyDMM::cmdToggleOutput;
-    QString const out = ":OUTPut:STATe";
-    QString const ovp = ":SOURce:VOLTage:PROTection:STATe";
-    QString const ocp = ":SOURce:CURRent:PROTection:STATe";
-    // The other states read "0": a toggle that reads the wrong one sends ON where OFF is due.
-    QTest::newRow("output on goes off") << output << false << out << "1" << 1 << "OFF";
-    QTest::newRow("output off goes on") << output << false << out << "0" << 1 << "ON";
-    QTest::newRow("argument ignored") << output << true << out << "1" << 1 << "OFF";
-    QTest::newRow("twice in one cycle") << output << false << out << "1" << 2 << "OFF";
-    QTest::newRow("output before a sample") << output << true << out << "" << 1 << "ON";
-    QTest::newRow("ovp on goes off") << Toggle(&MyDMM::cmdToggleOVP) << true << ovp << "1" << 1 << "OFF";
-    QTest::newRow("ovp before a sample") << Toggle(&MyDMM::cmdToggleOVP) << false << ovp << "" << 1 << "OFF";
-    QTest::newRow("ocp on goes off") << Toggle(&MyDMM::cmdToggleOCP) << true << ocp << "1" << 1 << "OFF";
-    QTest::newRow("ocp before a sample") << Toggle(&MyDMM::cmdToggleOCP) << true << ocp << "" << 1 << "ON";
-}
-
-void TestMyDmm::toggles()
-{
-    QFETCH(Toggle, toggle);
-    QFETCH(bool, argument);
-    QFETCH(QString, command);
-    QFETCH(QString, state);
-    QFETCH(int, times);
-    QFETCH(QString, expected);
-
-    auto const run = [&] {
-        for (int i = 0; i < times; ++i)
-            std::invoke(toggle, m_dmm, argument);
-    };
-    if (state.isEmpty()) {
-        // The second line opens the ring built for the mode: no sample exists yet, and what is
-        // queued now survives.
-        connect(m_peer, &LinePeer::lineReceived, this, [&] {
-            if (lines().size() == 2 && m_dmm->lastMeasureData().isNull())
-                run();
         });
-    } else {
-        m_answers[command + '?'] = state;
-        // While the sample is published the next pass has not begun.
-        connect(m_dmm, &MyDMM::updateData, this, run, Qt::SingleShotConnection);
+        QSignalSpy listouts(m_dmm, &MyDMM::updateListout);
+        QVERIFY(waitSamples(4));
+        QVERIFY(!lines().contains(":SOURce:VOLTage:LEVel 7"));
+        QCOMPARE(listouts.size(), 0);
+
+        // The read-back of the setting rebuilds the ring at once: the rest of the pass is never sent.
+        qsizetype const at = lines().indexOf(":SYSTem:POWER:MODE " + to);
+        QVERIFY(at > 0);
+        QCOMPARE(lines().mid(at - 1, 5),
+                 (QStringList {":SOURce:CURRent:LEVel?", lines().at(at), kModeQuery, kModeQuery,
+                               ":MEASure:ALL?"}));
+        // The dropped pass is never published: no sample mixes the modes or is half filled.
+        QList<QSharedPointer<DmmData>> const samples = m_dmm->getMeasureData();
+        for (int i = 0; i < samples.size(); ++i) {
+            QCOMPARE(samples[i]->config().powerMode, i < 2 ? from : to);
+            QCOMPARE(samples[i]->activeChannel()->voltage.level.value, i < 2 ? 0.0 : 24.0);
+            QVERIFY(complete(*samples[i]));
+        }
+        Channel const* ch = samples[2]->activeChannel();
+        QCOMPARE(ch->parallelVoltage.measured.kind == 0, group == kParallelQuery);
+        QCOMPARE(ch->seriesVoltage.measured.kind == 0, group == kSeriesQuery);
+        QCOMPARE(linesOfSample(2), ringWith(group));
     }
-    QVERIFY(m_dmm->open());
-    QVERIFY(waitSamples(3));
-    QCOMPARE(extraLines(0), QStringList(times, command + ' ' + expected));
-}
 
-void TestMyDmm::queryGroups_data()
-{
-    QTest::addColumn<Action>("action");
-    QTest::addColumn<QStringList>("wire");
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("record"); // running|value|state number|state count|start|count|cycles|end|stop
+    void settingCommands_data()
+    {
+        QTest::addColumn<Action>("action");
+        QTest::addColumn<QStringList>("expected");
+        auto const row = [](char const* name, Action action, QStringList expected) {
+            QTest::newRow(name) << action << expected;
+        };
+        row("power mode and its read-back", [](MyDMM* d) { d->cmdPowerMode("PARASlave"); },
+            {":SYSTem:POWER:MODE PARASlave", kModeQuery});
+        row("real to six digits", [](MyDMM* d) { d->cmdVoltage(12.3456789); },
+            {":SOURce:VOLTage:LEVel 12.3457"});
+        row("on", [](MyDMM* d) { d->cmdOutput(true); }, {":OUTPut:STATe ON"});
+        row("off", [](MyDMM* d) { d->cmdOCP(false); }, {":SOURce:CURRent:PROTection:STATe OFF"});
+        row("integer", [](MyDMM* d) { d->cmdPowerOCPDelay(-5); }, {":SYSTem:POWER:OCPDelay -5"});
+        row("word", [](MyDMM* d) { d->cmdPowerEload("ON"); }, {":SYSTem:POWER:ELOAD:STATe ON"});
+        row("bare commands in order",
+            [](MyDMM* d) {
+                d->cmdOVPClear();
+                d->cmdOCPClear();
+                d->cmdRemote();
+                d->cmdLocal();
+            },
+            {":SOURce:VOLTage:PROTection:CLEar", ":CURRent:PROTection:CLEar", ":SYSTem:REMote",
+             ":SYSTem:LOCal"});
+        row("list item", [](MyDMM* d) { d->cmdListSetItem(3, 12.3456789, 1.5, 0.1); },
+            {":LISTout:PARAmeter 3,12.3457,1.5,0.1"});
+        row("delayer queries",
+            [](MyDMM* d) {
+                d->cmdDelayQueryCycles();
+                d->cmdDelayQueryEndState();
+                d->cmdDelayQueryGroupStartNum();
+                d->cmdDelayQueryGroupCount();
+                d->cmdDelayQueryGroupStopCondition();
+            },
+            {":DELAY:CYCLEs?", ":DELAY:ENDState?", ":DELAY:STARt?", ":DELAY:GROUPs?", ":DELAY:STOP?"});
+        // An answer that no handler takes is logged, and the cycle goes on.
+        row("unknown word",
+            [](MyDMM* d) {
+                QTest::ignoreMessage(QtDebugMsg, "Command Handler Error:XXX? 0");
+                d->cmdSetXXX(1.23456789);
+            },
+            {"XXX 1.23457", "XXX?"});
+    }
 
-    QStringList const list = {":LISTout:STATe?", ":LISTout:BASE?"};
-    QStringList const delayer = {":DELAY:STATe?", ":DELAY:CYCLEs?", ":DELAY:ENDState?",
-                                 ":DELAY:STARt?", ":DELAY:GROUPs?", ":DELAY:STOP?"};
-    QString const untouched = "0|0|0|0|0|0|0||";
-    // The base answer comes after the state answer, so its end state stays.
-    QTest::newRow("list options") << Action([](MyDMM* d) { d->listQueryOptions(); }) << list << 1
-                                  << "1|12.5|3|2|4|10|5|OFF|";
-    QTest::newRow("delayer options") << Action([](MyDMM* d) { d->delayQueryOptions(); }) << delayer << 3
-                                     << "0|0.5|6|3|2|9|7|ON|V<,1.5";
-    QTest::newRow("list item") << Action([](MyDMM* d) { d->listQueryItem(2, 3); })
-                               << QStringList {":LISTout:PARAmeter? 2,3"} << 2 << untouched;
-    QTest::newRow("delayer item") << Action([](MyDMM* d) { d->delayQueryItem(0, 128); })
-                                  << QStringList {":DELAY:PARAmeter? 0,128"} << 4 << untouched;
-    // A state answer needs six fields and a base answer four; shorter ones are left unread.
-    QTest::newRow("short list answers") << Action([this](MyDMM* d) {
-        m_answers[":LISTout:STATe?"] = "1,1.000,9,9,9";
-        m_answers[":LISTout:BASE?"] = "1,2,3";
-        d->listQueryOptions();
-    }) << list << 1 << untouched;
-}
+    void settingCommands()
+    {
+        QFETCH(Action, action);
+        QFETCH(QStringList, expected);
+        QVERIFY(m_dmm->open());
+        QVERIFY(waitSamples(1));
+        int const from = int(lines().size());
+        action(m_dmm);
+        QVERIFY(waitSamples(3));
 
-void TestMyDmm::queryGroups()
-{
-    QFETCH(Action, action);
-    QFETCH(QStringList, wire);
-    QFETCH(int, kind);
-    QFETCH(QString, record);
+        // The lines go out together, between two entries of the ring, and nothing else is sent.
+        QCOMPARE(lines().mid(lines().indexOf(expected.first(), from), expected.size()), expected);
+        QCOMPARE(handlerErrors(), expected.contains("XXX?") ? 1 : 0);
+        expected.removeAll(kModeQuery);
+        QCOMPARE(extraLines(from), expected);
+    }
 
-    QSignalSpy reports(m_dmm, &MyDMM::updateListout);
-    QVERIFY(m_dmm->open());
-    QVERIFY(waitSamples(1));
-    int const from = int(lines().size());
-    action(m_dmm);
-    QVERIFY(reports.wait(5000));
-    QCOMPARE(reports.size(), 1);
-    ListAndDelayer const report = reports[0][0].value<ListAndDelayer>();
-    QCOMPARE(report.kind, kind);
-    QCOMPARE(describe(report), record);
-    // A group runs in one piece between two entries of the ring.
-    QCOMPARE(lines().mid(lines().indexOf(wire.first(), from), wire.size()), wire);
-    QCOMPARE(handlerErrors(), 0);
-}
+    void toggles_data()
+    {
+        QTest::addColumn<Toggle>("toggle");
+        QTest::addColumn<bool>("argument");
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>(
+            "state"); // the answer to the command's query; empty: before the first sample
+        QTest::addColumn<int>("times");
+        QTest::addColumn<QString>("expected");
 
-void TestMyDmm::historySurvivesCloseAndOpen()
-{
-    m_answers[kModeQuery] = "PARAMaster";
-    QVERIFY(!m_dmm->close());
-    QVERIFY(m_dmm->open());
-    QVERIFY(waitSamples(1));
-    // Opening again while running changes nothing: the pass goes on, no restart.
-    QVERIFY(!m_dmm->open());
-    QVERIFY(waitSamples(2));
-    QCOMPARE(lines().mid(m_linesAtSample[0], m_linesAtSample[1] - m_linesAtSample[0]),
-             ringWith(kParallelQuery));
+        Toggle const output = &MyDMM::cmdToggleOutput;
+        QString const out = ":OUTPut:STATe";
+        QString const ovp = ":SOURce:VOLTage:PROTection:STATe";
+        QString const ocp = ":SOURce:CURRent:PROTection:STATe";
+        // The other states read "0": a toggle that reads the wrong one sends ON where OFF is due.
+        QTest::newRow("output on goes off") << output << false << out << "1" << 1 << "OFF";
+        QTest::newRow("output off goes on") << output << false << out << "0" << 1 << "ON";
+        QTest::newRow("argument ignored") << output << true << out << "1" << 1 << "OFF";
+        QTest::newRow("twice in one cycle") << output << false << out << "1" << 2 << "OFF";
+        QTest::newRow("output before a sample") << output << true << out << "" << 1 << "ON";
+        QTest::newRow("ovp on goes off") << Toggle(&MyDMM::cmdToggleOVP) << true << ovp << "1" << 1 << "OFF";
+        QTest::newRow("ovp before a sample")
+            << Toggle(&MyDMM::cmdToggleOVP) << false << ovp << "" << 1 << "OFF";
+        QTest::newRow("ocp on goes off") << Toggle(&MyDMM::cmdToggleOCP) << true << ocp << "1" << 1 << "OFF";
+        QTest::newRow("ocp before a sample")
+            << Toggle(&MyDMM::cmdToggleOCP) << true << ocp << "" << 1 << "ON";
+    }
 
-    QSignalSpy stopped(m_dmm, &MyDMM::stoped);
-    QVERIFY(m_dmm->close());
-    QVERIFY(stopped.wait());
-    QVERIFY(!m_dmm->active());
-    QList<QSharedPointer<DmmData>> const before = m_dmm->getMeasureData();
-    m_peer->clearLines();
-    QVERIFY(m_dmm->open());
-    QVERIFY(waitSamples(int(before.size()) + 1));
-    QCOMPARE(m_dmm->getMeasureData().mid(0, before.size()), before);
+    void toggles()
+    {
+        QFETCH(Toggle, toggle);
+        QFETCH(bool, argument);
+        QFETCH(QString, command);
+        QFETCH(QString, state);
+        QFETCH(int, times);
+        QFETCH(QString, expected);
 
-    // A new run starts from the normal ring and learns the mode again.
-    QCOMPARE(lines().mid(0, 3), (QStringList {kModeQuery, kModeQuery, ":MEASure:ALL?"}));
-    QSharedPointer<DmmData> const firstOfRun = m_dmm->getMeasureData().at(before.size());
-    QCOMPARE(firstOfRun->activeChannel()->parallelVoltage.measured.kind, 0);
-    QVERIFY(firstOfRun->dateTime() >= before.last()->dateTime());
-}
+        auto const run = [&] {
+            for (int i = 0; i < times; ++i)
+                std::invoke(toggle, m_dmm, argument);
+        };
+        if (state.isEmpty()) {
+            // The second line opens the ring built for the mode: no sample exists yet, and what is
+            // queued now survives.
+            connect(m_peer, &LinePeer::lineReceived, this, [&] {
+                if (lines().size() == 2 && m_dmm->lastMeasureData().isNull())
+                    run();
+            });
+        } else {
+            m_answers[command + '?'] = state;
+            // While the sample is published the next pass has not begun.
+            connect(m_dmm, &MyDMM::updateData, this, run, Qt::SingleShotConnection);
+        }
+        QVERIFY(m_dmm->open());
+        QVERIFY(waitSamples(3));
+        QCOMPARE(extraLines(0), QStringList(times, command + ' ' + expected));
+    }
+
+    void queryGroups_data()
+    {
+        QTest::addColumn<Action>("action");
+        QTest::addColumn<QStringList>("wire");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>(
+            "record"); // running|value|state number|state count|start|count|cycles|end|stop
+
+        QStringList const list = {":LISTout:STATe?", ":LISTout:BASE?"};
+        QString const untouched = "0|0|0|0|0|0|0||";
+        // The base answer comes after the state answer, so its end state stays.
+        QTest::newRow("list options")
+            << Action([](MyDMM* d) { d->listQueryOptions(); }) << list << 1 << "1|12.5|3|2|4|10|5|OFF|";
+        QTest::newRow("delayer options")
+            << Action([](MyDMM* d) { d->delayQueryOptions(); })
+            << QStringList {":DELAY:STATe?", ":DELAY:CYCLEs?", ":DELAY:ENDState?",
+                            ":DELAY:STARt?", ":DELAY:GROUPs?", ":DELAY:STOP?"}
+            << 3 << "0|0.5|6|3|2|9|7|ON|V<,1.5";
+        QTest::newRow("list item") << Action([](MyDMM* d) { d->listQueryItem(2, 3); })
+                                   << QStringList {":LISTout:PARAmeter? 2,3"} << 2 << untouched;
+        QTest::newRow("delayer item") << Action([](MyDMM* d) { d->delayQueryItem(0, 128); })
+                                      << QStringList {":DELAY:PARAmeter? 0,128"} << 4 << untouched;
+        // A state answer needs six fields and a base answer four; shorter ones are left unread.
+        QTest::newRow("short list answers") << Action([this](MyDMM* d) {
+            m_answers[":LISTout:STATe?"] = "1,1.000,9,9,9";
+            m_answers[":LISTout:BASE?"] = "1,2,3";
+            d->listQueryOptions();
+        }) << list << 1 << untouched;
+    }
+
+    void queryGroups()
+    {
+        QFETCH(Action, action);
+        QFETCH(QStringList, wire);
+        QFETCH(int, kind);
+        QFETCH(QString, record);
+
+        QSignalSpy reports(m_dmm, &MyDMM::updateListout);
+        QVERIFY(m_dmm->open());
+        QVERIFY(waitSamples(1));
+        int const from = int(lines().size());
+        action(m_dmm);
+        QVERIFY(reports.wait(5000));
+        QCOMPARE(reports.size(), 1);
+        ListAndDelayer const report = reports[0][0].value<ListAndDelayer>();
+        QCOMPARE(report.kind, kind);
+        QCOMPARE(describe(report), record);
+        // A group runs in one piece between two entries of the ring.
+        QCOMPARE(lines().mid(lines().indexOf(wire.first(), from), wire.size()), wire);
+        QCOMPARE(handlerErrors(), 0);
+    }
+
+    void historySurvivesCloseAndOpen()
+    {
+        m_answers[kModeQuery] = "PARAMaster";
+        QVERIFY(!m_dmm->close());
+        QVERIFY(m_dmm->open());
+        QVERIFY(waitSamples(1));
+        // Opening again while running changes nothing: the pass goes on, no restart.
+        QVERIFY(!m_dmm->open());
+        QVERIFY(waitSamples(2));
+        QCOMPARE(linesOfSample(0), ringWith(kParallelQuery));
+
+        QSignalSpy stopped(m_dmm, &MyDMM::stoped);
+        QVERIFY(m_dmm->close());
+        QVERIFY(stopped.wait());
+        QList<QSharedPointer<DmmData>> const before = m_dmm->getMeasureData();
+        m_peer->clearLines();
+        QVERIFY(m_dmm->open());
+        QVERIFY(waitSamples(int(before.size()) + 1));
+        QCOMPARE(m_dmm->getMeasureData().mid(0, before.size()), before);
+
+        // A new run starts from the normal ring and learns the mode again.
+        QCOMPARE(lines().mid(0, 3), (QStringList {kModeQuery, kModeQuery, ":MEASure:ALL?"}));
+        QSharedPointer<DmmData> const firstOfRun = m_dmm->getMeasureData().at(before.size());
+        QCOMPARE(firstOfRun->activeChannel()->parallelVoltage.measured.kind, 0);
+        QVERIFY(firstOfRun->dateTime() >= before.last()->dateTime());
+    }
+};
 
 QTEST_GUILESS_MAIN(TestMyDmm)
 #include "tst_mydmm.moc"
