@@ -1,8 +1,10 @@
-// kvr9000-sim: the simulated KVR9000 power supply on a raw TCP socket.
+// kvr9000-sim: the simulated KVR9000 power supply on a raw TCP socket, and on request on a
+// pseudo-terminal and over VXI-11 as well.
 
 #include "simulator/kvrratings.h"
 #include "simulator/ptybridge.h"
 #include "simulator/simserver.h"
+#include "simulator/vxi11server.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -67,6 +69,10 @@ int main(int argc, char* argv[])
         {QStringLiteral("pty"),
          QStringLiteral(
              "Serve a pseudo-terminal too, as a serial line; its path is the first line printed.")},
+        {QStringLiteral("vxi11"),
+         QStringLiteral("Serve VXI-11 too (TCPIP::ADDR::INSTR). Its portmapper takes port 111 (UDP and "
+                        "TCP) where that can be bound, else a free port; prints \"vxi11 portmapper on "
+                        "ADDR:PORT, core channel on ADDR:PORT\" before the listening line.")},
     });
     if (!parser.parse(QCoreApplication::arguments()))
         return fail(parser.errorText());
@@ -121,8 +127,9 @@ int main(int argc, char* argv[])
     }
 
     bool const pty = parser.isSet(QStringLiteral("pty"));
-    // Behind a pseudo-terminal the socket is only the relay's way in, unless a port was asked for.
-    if (pty && !parser.isSet(QStringLiteral("port")))
+    bool const vxi11 = parser.isSet(QStringLiteral("vxi11"));
+    // Behind a pseudo-terminal or VXI-11 the socket is only the relays' way in, unless a port was asked for.
+    if ((pty || vxi11) && !parser.isSet(QStringLiteral("port")))
         options.port = 0;
     kvrsim::SimServer server;
     if (!server.start(options))
@@ -137,6 +144,20 @@ int main(int argc, char* argv[])
     QString host = address.toString();
     if (address.protocol() == QAbstractSocket::IPv6Protocol)
         host = QStringLiteral("[%1]").arg(host);
+    kvrsim::Vxi11Server vxi11Server;
+    if (vxi11) {
+        if (!vxi11Server.start(address, address, server.port()))
+            return fail(vxi11Server.errorString());
+        if (!vxi11Server.standardPortError().isEmpty()) {
+            std::fprintf(
+                stderr,
+                "kvr9000-sim: %s; clients that ask the portmapper on port 111 will not find this one\n",
+                qPrintable(vxi11Server.standardPortError()));
+        }
+        std::printf("vxi11 portmapper on %s:%u, core channel on %s:%u\n", qPrintable(host),
+                    unsigned(vxi11Server.portmapperPort()), qPrintable(host),
+                    unsigned(vxi11Server.corePort()));
+    }
     std::printf("listening on %s:%u\n", qPrintable(host), unsigned(server.port()));
     std::fflush(stdout);
     return app.exec();
