@@ -2,12 +2,13 @@
 // on loopback, next to a bare QTcpSocket ping-pong of the same lines; and the
 // same queue over the other transports of VisaIO: a serial line on a
 // pseudo-terminal relayed to the peer, a VISA library (the stand-in one built
-// beside this benchmark) and VXI-11 to a small server on loopback.
+// beside this benchmark) and VXI-11 through the simulator's VXI-11 server, which
+// relays each link to the peer as the pseudo-terminal does.
 
 #include "measure/io/visa/visaio.h"
 #include "measure/measureinst.h"
 #include "simulator/ptybridge.h"
-#include "tests/measure/vxi11testserver.h"
+#include "simulator/vxi11server.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -166,7 +167,7 @@ int main(int argc, char* argv[])
     QThread peerThread;
     auto* peer = new EchoPeer;
     auto* pty = new kvrsim::PtyBridge;
-    auto* vxi11 = new Vxi11TestServer;
+    auto* vxi11 = new kvrsim::Vxi11Server;
     for (QObject* o : {static_cast<QObject*>(peer), static_cast<QObject*>(pty), static_cast<QObject*>(vxi11)})
         o->moveToThread(&peerThread);
     peerThread.start();
@@ -179,11 +180,13 @@ int main(int argc, char* argv[])
             listening = peer->listen();
             if (listening && !pty->start(QHostAddress::LocalHost, peer->port()))
                 ptyError = pty->errorString();
-            auto answer = [](QString const&) -> std::optional<QString> {
-                return QStringLiteral("12.000");
-            };
-            if (!vxi11->start(answer))
+            if (!listening)
+                return;
+            if (!vxi11->start(QHostAddress::LocalHost, QHostAddress::LocalHost, peer->port()))
                 vxi11Error = vxi11->errorString();
+            // liblxi asks the portmapper on port 111 and nowhere else.
+            else if (!vxi11->standardPortError().isEmpty())
+                vxi11Error = vxi11->standardPortError();
         },
         Qt::BlockingQueuedConnection);
     if (!listening) {
@@ -191,6 +194,7 @@ int main(int argc, char* argv[])
         return 1;
     }
     QString const ptyResource = ptyError.isEmpty() ? pty->resourceString() : QString();
+    QString const vxi11Resource = vxi11->resourceString();
     QVariantMap const library {{QStringLiteral("visaLibrary"), QStringLiteral(ZELT_BENCH_FAKEVISA)}};
 
     QList<double> bare;
@@ -206,7 +210,7 @@ int main(int argc, char* argv[])
             serial.append(queue(ptyResource, {{QStringLiteral("baudRate"), 115200}}));
         overLibrary.append(queue(socketResource(peer->port()), library));
         if (vxi11Error.isEmpty())
-            overVxi11.append(queue(QStringLiteral("TCPIP::127.0.0.1::INSTR")));
+            overVxi11.append(queue(vxi11Resource));
         std::printf("round %d: pingpong %.0f, queue %.0f, pty %.0f, visa library %.0f, vxi11 %.0f words/s\n",
                     round + 1, bare.last(), queued.last(), serial.value(round), overLibrary.last(),
                     overVxi11.value(round));
