@@ -8,6 +8,7 @@ packages=(
     qt6-base-dev qt6-base-dev-tools qt6-serialport-dev
     libqcustomplot-dev liblxi-dev libtirpc-dev libgl-dev
     fonts-dejavu-core clang-format
+    lxi-tools python3-pyvisa python3-pyvisa-py # real VXI-11 clients the simulator's tests run
 )
 
 missing=()
