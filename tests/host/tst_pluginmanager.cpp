@@ -64,11 +64,8 @@ void TestPluginManager::load()
     PluginManager manager;
     QCOMPARE(manager.loadFolder(dir.path()), families.size());
     QStringList loaded;
-    for (auto const& plugin : manager.plugins()) {
-        loaded << plugin.modelInfo.familyName;
-        QVERIFY(plugin.equipment);
-        QCOMPARE(plugin.modelInfo, plugin.equipment->modelInfo());
-    }
+    for (auto const& plugin : manager.plugins())
+        loaded << (plugin.equipment ? plugin.modelInfo.familyName : QString());
     QCOMPARE(loaded, families);
 
     QStringList failed;

@@ -72,7 +72,6 @@ void TestChannelWidget::looks()
     widget.setActive(active).setEnable(enabled);
 
     QLabel* header = labelWithText(widget, QStringLiteral("CH1"));
-    QLabel* footer = labelWithText(widget, QStringLiteral("CV"));
     QFrame* separator = nullptr;
     for (QFrame* frame : widget.findChildren<QFrame*>()) {
         if (frame->frameShape() == QFrame::HLine)
@@ -80,7 +79,7 @@ void TestChannelWidget::looks()
     }
     QCOMPARE(widget.styleSheet(), panel);
     QCOMPARE(header->parentWidget()->styleSheet(), panel);
-    QCOMPARE(footer->parentWidget()->styleSheet(), panel);
+    QCOMPARE(labelWithText(widget, QStringLiteral("CV"))->parentWidget()->styleSheet(), panel);
     QCOMPARE(separator->styleSheet(), line);
     // The rows' box keeps the inactive look on an active panel.
     QCOMPARE(widget.valueWidget(0)->parentWidget()->styleSheet(), sheet("#ffffff", "#404043"));
@@ -90,9 +89,6 @@ void TestChannelWidget::looks()
         for (QLabel* label : value->findChildren<QLabel*>())
             QCOMPARE(label->styleSheet(), rows);
     }
-    QCOMPARE(widget.valueWidget(0)->value(), QStringLiteral("12.000"));
-    QCOMPARE(widget.valueWidget(2)->value(), QStringLiteral("0.000"));
-    QCOMPARE(widget.valueWidget(2)->unit(), QStringLiteral(" "));
 
     // The sheets paint: the header's background as the look says.
     widget.resize(220, 200);
@@ -108,9 +104,7 @@ void TestChannelWidget::madeByMetaType()
     QVERIFY(type.isValid());
     void* made = type.create();
     QVERIFY(made);
-    auto* widget = static_cast<ChannelWidget*>(made);
-    QVERIFY(!widget->isActive());
-    QCOMPARE(widget->metaObject()->className(), "ChannelWidget");
+    QVERIFY(!static_cast<ChannelWidget*>(made)->isActive());
     type.destroy(made);
 }
 
