@@ -2,7 +2,6 @@
 
 #include <QTest>
 
-using zelt::measure::QUnitValueBox;
 using zelt::measure::QValueBox;
 using zelt::measure::QValueBoxFactory;
 
@@ -14,7 +13,6 @@ private Q_SLOTS:
     void makeLazy_data();
     void makeLazy();
     void boxesKeepTheirTextsThroughTheCache();
-    void unitBoxCopiesItsUnit();
 };
 
 void TestValueBox::makeLazy_data()
@@ -79,7 +77,6 @@ void TestValueBox::makeLazy()
     QCOMPARE(box.raw, value);
     QCOMPARE(box.text, boxText);
     QCOMPARE(box.suffix, suffix);
-    QCOMPARE(box.scale, 1.0);
 }
 
 void TestValueBox::boxesKeepTheirTextsThroughTheCache()
@@ -107,21 +104,6 @@ void TestValueBox::boxesKeepTheirTextsThroughTheCache()
     }
     for (int i = 0; i < steadyBoxes.size(); ++i)
         QCOMPARE(steadyBoxes.at(i).text, QString::number(10 + (i % steady) * 0.25, 'f', 3));
-}
-
-void TestValueBox::unitBoxCopiesItsUnit()
-{
-    QValueBoxFactory factory;
-    QUnitValueBox const box(factory.makeLazy(QStringLiteral("3.2mA")), QStringLiteral("A"));
-    QUnitValueBox copy;
-    copy = box;
-    QCOMPARE(copy.unit, QStringLiteral("A"));
-    QCOMPARE(copy.text, QStringLiteral("3.200"));
-    QUnitValueBox moved;
-    moved = std::move(copy);
-    QCOMPARE(moved.unit, QStringLiteral("A"));
-    QCOMPARE(moved.value, 3.2);
-    QCOMPARE(moved.suffix, QStringLiteral("mA"));
 }
 
 QTEST_GUILESS_MAIN(TestValueBox)
