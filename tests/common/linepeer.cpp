@@ -17,16 +17,6 @@ LinePeer::LinePeer(QObject* parent)
     m_clock.start();
 }
 
-bool LinePeer::listen(quint16 port)
-{
-    return m_server.listen(QHostAddress::LocalHost, port);
-}
-
-QString LinePeer::resource() const
-{
-    return QStringLiteral("TCPIP0::127.0.0.1::%1::SOCKET").arg(port());
-}
-
 void LinePeer::onNewConnection()
 {
     while (QTcpSocket* socket = m_server.nextPendingConnection()) {

@@ -27,9 +27,9 @@ public:
 
     explicit LinePeer(QObject* parent = nullptr);
 
-    bool listen(quint16 port = 0);
+    bool listen() { return m_server.listen(QHostAddress::LocalHost); }
     quint16 port() const { return m_server.serverPort(); }
-    QString resource() const;
+    QString resource() const { return QStringLiteral("TCPIP0::127.0.0.1::%1::SOCKET").arg(port()); }
 
     void setResponder(Responder responder) { m_responder = std::move(responder); }
     void setDelay(Delay delay) { m_delay = std::move(delay); }

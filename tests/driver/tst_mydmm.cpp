@@ -333,10 +333,6 @@ private Q_SLOTS:
             {":SYSTem:POWER:MODE PARASlave", kModeQuery});
         row("real to six digits", [](MyDMM* d) { d->cmdVoltage(12.3456789); },
             {":SOURce:VOLTage:LEVel 12.3457"});
-        row("on", [](MyDMM* d) { d->cmdOutput(true); }, {":OUTPut:STATe ON"});
-        row("off", [](MyDMM* d) { d->cmdOCP(false); }, {":SOURce:CURRent:PROTection:STATe OFF"});
-        row("integer", [](MyDMM* d) { d->cmdPowerOCPDelay(-5); }, {":SYSTem:POWER:OCPDelay -5"});
-        row("word", [](MyDMM* d) { d->cmdPowerEload("ON"); }, {":SYSTem:POWER:ELOAD:STATe ON"});
         row("bare commands in order",
             [](MyDMM* d) {
                 d->cmdOVPClear();
@@ -400,7 +396,6 @@ private Q_SLOTS:
         // The other states read "0": a toggle that reads the wrong one sends ON where OFF is due.
         QTest::newRow("output on goes off") << output << false << out << "1" << 1 << "OFF";
         QTest::newRow("output off goes on") << output << false << out << "0" << 1 << "ON";
-        QTest::newRow("argument ignored") << output << true << out << "1" << 1 << "OFF";
         QTest::newRow("twice in one cycle") << output << false << out << "1" << 2 << "OFF";
         QTest::newRow("output before a sample") << output << true << out << "" << 1 << "ON";
         QTest::newRow("ovp on goes off") << Toggle(&MyDMM::cmdToggleOVP) << true << ovp << "1" << 1 << "OFF";
@@ -459,10 +454,6 @@ private Q_SLOTS:
             << QStringList {":DELAY:STATe?", ":DELAY:CYCLEs?", ":DELAY:ENDState?",
                             ":DELAY:STARt?", ":DELAY:GROUPs?", ":DELAY:STOP?"}
             << 3 << "0|0.5|6|3|2|9|7|ON|V<,1.5";
-        QTest::newRow("list item") << Action([](MyDMM* d) { d->listQueryItem(2, 3); })
-                                   << QStringList {":LISTout:PARAmeter? 2,3"} << 2 << untouched;
-        QTest::newRow("delayer item") << Action([](MyDMM* d) { d->delayQueryItem(0, 128); })
-                                      << QStringList {":DELAY:PARAmeter? 0,128"} << 4 << untouched;
         // A state answer needs six fields and a base answer four; shorter ones are left unread.
         QTest::newRow("short list answers") << Action([this](MyDMM* d) {
             m_answers[":LISTout:STATe?"] = "1,1.000,9,9,9";

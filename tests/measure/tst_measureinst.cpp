@@ -258,18 +258,6 @@ private Q_SLOTS:
                  qPrintable(QString::number(m_probe->highestStack - m_probe->lowestStack)));
     }
 
-    void intervalSpacesTheWords()
-    {
-        m_probe->setInterval(25);
-        m_probe->setRing({"A?"});
-        QVERIFY(openAndWaitStarted());
-        QElapsedTimer clock;
-        clock.start();
-        QTRY_VERIFY(m_probe->decoded.size() >= 6);
-        // Five pauses at least between six words.
-        QVERIFY2(clock.elapsed() >= 5 * 25, qPrintable(QString::number(clock.elapsed())));
-    }
-
     void closeStopsAndDrains_data()
     {
         QTest::addColumn<bool>("drain");
