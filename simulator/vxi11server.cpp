@@ -50,7 +50,7 @@ constexpr quint8 kStatusMessageAvailable = 0x10;
 // What a link takes in one device_write; clients cut longer messages into chunks of it.
 constexpr quint32 kMaxReceiveSize = 64 * 1024;
 // A record beyond this ends the connection: no client of ours sends one.
-constexpr qsizetype kMaxRecord = 4 * 1024 * 1024;
+constexpr qsizetype kMaxRecord = qsizetype(4) * 1024 * 1024;
 constexpr int kUnitConnectMs = 2000;
 
 class XdrReader
@@ -490,9 +490,7 @@ std::optional<QByteArray> Vxi11Server::call(QByteArray const& message, QTcpSocke
     if (program == kPortmapperProgram) {
         low = 2;
         high = 4;
-    } else if (program != kCoreProgram && program != kAbortProgram) {
-        return call.header(kProgramUnavailable);
-    } else if (!socket) {
+    } else if ((program != kCoreProgram && program != kAbortProgram) || !socket) {
         return call.header(kProgramUnavailable); // the device's channels are on TCP only
     }
     if (version < low || version > high) {
