@@ -71,6 +71,7 @@ private Q_SLOTS:
     void openFailuresEndTheRun_data();
     void openFailuresEndTheRun();
     void vxi11ConnectTimeOutKeepsTheLoopTurning();
+    void lateAnswerIsNotTakenForTheNext_data();
     void lateAnswerIsNotTakenForTheNext();
     void usbTmcLocate_data();
     void usbTmcLocate();
@@ -312,11 +313,24 @@ void TestVisaTransports::vxi11ConnectTimeOutKeepsTheLoopTurning()
     QVERIFY2(longest < 50, qPrintable(QStringLiteral("the loop stalled %1 ms").arg(longest)));
 }
 
+void TestVisaTransports::lateAnswerIsNotTakenForTheNext_data()
+{
+    // Neither has a device clear: the late answer is read away.
+    QTest::addColumn<QString>("transport");
+    QTest::newRow("VISA library") << "library";
+    QTest::newRow("VXI-11") << "vxi11";
+}
+
 void TestVisaTransports::lateAnswerIsNotTakenForTheNext()
 {
-    // Through the stand-in library, which has no device clear: the late answer is read away.
-    VisaIO io(m_sim->resourceString());
-    io.setAttribute(QStringLiteral("visaLibrary"), kFakeVisa);
+    QFETCH(QString, transport);
+    VisaIO io;
+    kvrsim::PtyBridge pty;
+    kvrsim::Vxi11Server vxi11;
+    QString skip;
+    QVERIFY(reach(transport, io, pty, vxi11, skip));
+    if (!skip.isEmpty())
+        QSKIP(qPrintable(skip));
     io.setTimeout(100);
     QSignalSpy opened(&io, &VisaIO::opened);
     QSignalSpy answers(&io, &VisaIO::dataReceived);
