@@ -16,7 +16,6 @@ using zelt::measure::io::visa::VisaIO;
 using Action = std::function<void(MyDMM*)>;
 using Toggle = void (MyDMM::*)(bool);
 Q_DECLARE_METATYPE(Action)
-Q_DECLARE_METATYPE(Toggle)
 
 namespace {
 
@@ -324,10 +323,11 @@ private Q_SLOTS:
 
     void settingCommands_data()
     {
+        QTest::addColumn<QString>("state"); // a query of the ring that reads "1" instead of "0"
         QTest::addColumn<Action>("action");
         QTest::addColumn<QStringList>("expected");
         auto const row = [](char const* name, Action action, QStringList expected) {
-            QTest::newRow(name) << action << expected;
+            QTest::newRow(name) << QString() << action << expected;
         };
         row("power mode and its read-back", [](MyDMM* d) { d->cmdPowerMode("PARASlave"); },
             {":SYSTem:POWER:MODE PARASlave", kModeQuery});
@@ -360,12 +360,26 @@ private Q_SLOTS:
                 d->cmdSetXXX(1.23456789);
             },
             {"XXX 1.23457", "XXX?"});
+        // A toggle inverts the state of the last sample whatever its argument; the other states read "0",
+        // so a toggle that reads the wrong one sends ON where OFF is due.
+        auto const toggle = [](char const* name, QString const& command, bool on, Toggle t, QString sent) {
+            QTest::newRow(name) << (on ? command + '?' : QString())
+                                << Action([t](MyDMM* d) { std::invoke(t, d, true); })
+                                << QStringList {command + ' ' + sent};
+        };
+        toggle("output off goes on", ":OUTPut:STATe", false, &MyDMM::cmdToggleOutput, "ON");
+        toggle("output on goes off", ":OUTPut:STATe", true, &MyDMM::cmdToggleOutput, "OFF");
+        toggle("ovp on goes off", ":SOURce:VOLTage:PROTection:STATe", true, &MyDMM::cmdToggleOVP, "OFF");
+        toggle("ocp on goes off", ":SOURce:CURRent:PROTection:STATe", true, &MyDMM::cmdToggleOCP, "OFF");
     }
 
     void settingCommands()
     {
+        QFETCH(QString, state);
         QFETCH(Action, action);
         QFETCH(QStringList, expected);
+        if (!state.isEmpty())
+            m_answers[state] = "1";
         QVERIFY(m_dmm->open());
         QVERIFY(waitSamples(1));
         int const from = int(lines().size());
@@ -379,61 +393,22 @@ private Q_SLOTS:
         QCOMPARE(extraLines(from), expected);
     }
 
-    void toggles_data()
+    void togglesBeforeTheFirstSample()
     {
-        QTest::addColumn<Toggle>("toggle");
-        QTest::addColumn<bool>("argument");
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<QString>(
-            "state"); // the answer to the command's query; empty: before the first sample
-        QTest::addColumn<int>("times");
-        QTest::addColumn<QString>("expected");
-
-        Toggle const output = &MyDMM::cmdToggleOutput;
-        QString const out = ":OUTPut:STATe";
-        QString const ovp = ":SOURce:VOLTage:PROTection:STATe";
-        QString const ocp = ":SOURce:CURRent:PROTection:STATe";
-        // The other states read "0": a toggle that reads the wrong one sends ON where OFF is due.
-        QTest::newRow("output on goes off") << output << false << out << "1" << 1 << "OFF";
-        QTest::newRow("output off goes on") << output << false << out << "0" << 1 << "ON";
-        QTest::newRow("twice in one cycle") << output << false << out << "1" << 2 << "OFF";
-        QTest::newRow("output before a sample") << output << true << out << "" << 1 << "ON";
-        QTest::newRow("ovp on goes off") << Toggle(&MyDMM::cmdToggleOVP) << true << ovp << "1" << 1 << "OFF";
-        QTest::newRow("ovp before a sample")
-            << Toggle(&MyDMM::cmdToggleOVP) << false << ovp << "" << 1 << "OFF";
-        QTest::newRow("ocp on goes off") << Toggle(&MyDMM::cmdToggleOCP) << true << ocp << "1" << 1 << "OFF";
-        QTest::newRow("ocp before a sample")
-            << Toggle(&MyDMM::cmdToggleOCP) << true << ocp << "" << 1 << "ON";
-    }
-
-    void toggles()
-    {
-        QFETCH(Toggle, toggle);
-        QFETCH(bool, argument);
-        QFETCH(QString, command);
-        QFETCH(QString, state);
-        QFETCH(int, times);
-        QFETCH(QString, expected);
-
-        auto const run = [&] {
-            for (int i = 0; i < times; ++i)
-                std::invoke(toggle, m_dmm, argument);
-        };
-        if (state.isEmpty()) {
-            // The second line opens the ring built for the mode: no sample exists yet, and what is
-            // queued now survives.
-            connect(m_peer, &LinePeer::lineReceived, this, [&] {
-                if (lines().size() == 2 && m_dmm->lastMeasureData().isNull())
-                    run();
-            });
-        } else {
-            m_answers[command + '?'] = state;
-            // While the sample is published the next pass has not begun.
-            connect(m_dmm, &MyDMM::updateData, this, run, Qt::SingleShotConnection);
-        }
+        // The second line opens the ring built for the mode: no sample exists yet, and what is queued now
+        // survives. The argument counts.
+        connect(m_peer, &LinePeer::lineReceived, this, [this] {
+            if (lines().size() != 2 || !m_dmm->lastMeasureData().isNull())
+                return;
+            m_dmm->cmdToggleOutput(true);
+            m_dmm->cmdToggleOVP(false);
+            m_dmm->cmdToggleOCP(true);
+        });
         QVERIFY(m_dmm->open());
-        QVERIFY(waitSamples(3));
-        QCOMPARE(extraLines(0), QStringList(times, command + ' ' + expected));
+        QVERIFY(waitSamples(2));
+        QCOMPARE(extraLines(0),
+                 (QStringList {":OUTPut:STATe ON", ":SOURce:VOLTage:PROTection:STATe OFF",
+                               ":SOURce:CURRent:PROTection:STATe ON"}));
     }
 
     void queryGroups_data()
