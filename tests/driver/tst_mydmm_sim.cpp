@@ -51,70 +51,6 @@ private Q_SLOTS:
         m_sim.reset();
     }
 
-    void settingsReachTheInstrument()
-    {
-        MyDMM& d = *m_dmm;
-        d.cmdVoltage(12.3456789);
-        d.cmdCurrent(1.5);
-        d.cmdOutput(true);
-        d.cmdOVPValue(30);
-        d.cmdOVP(true);
-        d.cmdOCPValue(2);
-        d.cmdOCP(true);
-        d.cmdSetSRMode("IHS");
-        d.cmdSetVSRRising(0.5);
-        d.cmdSetVSRFalling(840);
-        d.cmdSetISRRising(100.25);
-        d.cmdSetISRFalling(0.01);
-        d.cmdSetInternalRES(0.125);
-        d.cmdSetBrightness(55);
-        d.cmdSetPowerDown(true);
-        d.cmdSetBeeper(false);
-        d.cmdPowerID(2);
-        d.cmdPowerPowerOut("KEEP");
-        d.cmdPowerOVPDelay(150);
-        d.cmdPowerOCPDelay(250);
-        d.cmdPowerEload("ON");
-        QVERIFY(waitSamples(2));
-
-        Channel const* ch = d.lastMeasureData()->activeChannel();
-        Config const& cfg = d.lastMeasureData()->config();
-        auto const t = [](QUnitValueBox const& b) {
-            return b.text + b.unit;
-        };
-        QStringList const read = {t(ch->voltage.level),
-                                  t(ch->current.level),
-                                  t(ch->voltage.protectionLevel),
-                                  t(ch->current.protectionLevel),
-                                  t(ch->voltage.slewRising),
-                                  t(ch->voltage.slewFalling),
-                                  t(ch->current.slewRising),
-                                  t(ch->current.slewFalling),
-                                  t(cfg.resistance),
-                                  cfg.outputMode,
-                                  QString::number(cfg.brightness),
-                                  QString::number(cfg.powerId),
-                                  cfg.powerOut,
-                                  QString::number(cfg.ovpDelay),
-                                  QString::number(cfg.ocpDelay),
-                                  cfg.eloadState};
-        QCOMPARE(
-            read,
-            (QStringList {"12.346V", "1.500A", "30.000V", "2.000A", "0.500V/s", "840.000V/s", "100.250A/s",
-                          "0.010A/s", "0.125Ω", "IHS", "55", "2", "KEEP", "150", "250", "ON"}));
-        QCOMPARE((QList<bool> {ch->outputOn, ch->voltage.protectionOn, ch->current.protectionOn,
-                               cfg.powerDown, cfg.beeper}),
-                 (QList<bool> {true, true, true, true, false}));
-        // 12.346 V into the 10 ohm load stays below the current limit; the readings carry some noise.
-        QCOMPARE(ch->cvcc, "CV");
-        QVERIFY(qAbs(ch->current.measured.value - 1.22) < 0.05);
-
-        // The toggle reads the last sample: the output is on, so it goes off.
-        d.cmdToggleOutput(true);
-        QVERIFY(waitSamples(2));
-        QVERIFY(!d.lastMeasureData()->activeChannel()->outputOn);
-    }
-
     void listAndDelayerRoundTrip()
     {
         QSignalSpy reports(m_dmm, &MyDMM::updateListout);
@@ -161,50 +97,86 @@ private Q_SLOTS:
         QTest::newRow("never") << -1;
     }
 
+    // Every setting reaches the instrument and is read back by the ring; then one answer comes late,
+    // or never.
     void lateAnswersNeverShiftTheSamples()
     {
         QFETCH(int, lateMs);
         m_sim->setNoise(0.0);
-        m_dmm->cmdVoltage(12);
-        m_dmm->cmdCurrent(1.5);
-        m_dmm->cmdOVPValue(30);
-        m_dmm->cmdOCPValue(2);
-        m_dmm->cmdSetBrightness(55);
-        m_dmm->cmdOutput(true); // into the 10 ohm load: 12 V at 1.2 A
+        MyDMM& d = *m_dmm;
+        d.cmdVoltage(12.3456789);
+        d.cmdCurrent(1.5);
+        d.cmdOutput(true);
+        d.cmdOVPValue(30);
+        d.cmdOVP(true);
+        d.cmdOCPValue(2);
+        d.cmdOCP(true);
+        d.cmdSetSRMode("IHS");
+        d.cmdSetVSRRising(0.5);
+        d.cmdSetVSRFalling(840);
+        d.cmdSetISRRising(100.25);
+        d.cmdSetISRFalling(0.01);
+        d.cmdSetInternalRES(0.125);
+        d.cmdSetBrightness(55);
+        d.cmdSetPowerDown(true);
+        d.cmdSetBeeper(false);
+        d.cmdPowerID(2);
+        d.cmdPowerPowerOut("KEEP");
+        d.cmdPowerOVPDelay(150);
+        d.cmdPowerOCPDelay(250);
+        d.cmdPowerEload("ON");
         QVERIFY(waitSamples(3));
 
-        // Neighbouring fields of the ring with distinct values: an answer one word off shows.
-        auto const fields = [](DmmData const& d) {
-            Channel const* c = d.activeChannel();
-            Config const& g = d.config();
+        // Every field of the ring, in its order; neighbours differ, so an answer one word off shows.
+        auto const fields = [](DmmData const& data) {
+            Channel const* c = data.activeChannel();
+            Config const& g = data.config();
             auto const b = [](QUnitValueBox const& box) {
-                return box.kind == 0 ? box.text : QStringLiteral("!");
+                return (box.kind == 0 ? box.text : "!") + box.unit;
+            };
+            auto const n = [](auto v) {
+                return QString::number(v);
             };
             return QStringList {g.powerMode,
                                 b(c->voltage.measured),
                                 b(c->current.measured),
                                 b(c->power),
                                 g.outputMode,
-                                QString::number(c->outputOn),
+                                n(c->outputOn),
                                 c->cvcc,
                                 b(c->voltage.level),
                                 b(c->current.level),
                                 b(c->voltage.protectionLevel),
+                                n(c->voltage.protectionOn),
                                 b(c->current.protectionLevel),
-                                QString::number(g.brightness),
+                                n(c->current.protectionOn),
+                                b(c->voltage.slewRising),
+                                b(c->voltage.slewFalling),
+                                b(c->current.slewRising),
+                                b(c->current.slewFalling),
+                                b(g.resistance),
+                                n(g.beeper),
+                                n(g.brightness),
+                                n(g.powerDown),
+                                n(g.powerId),
                                 g.powerOut,
+                                n(g.ovpDelay),
+                                n(g.ocpDelay),
                                 g.eloadState};
         };
-        QStringList const expected = {"Normal", "12.000", "1.200",  "14.400", "VHS", "1",   "CV",
-                                      "12.000", "1.500",  "30.000", "2.000",  "55",  "OFF", "OFF"};
-        QCOMPARE(fields(*m_dmm->lastMeasureData()), expected);
+        QStringList const expected
+            = {"Normal",     "12.193V",    "1.219A",   "14.868W", "IHS",    "1",  "CV",
+               "12.346V",    "1.500A",     "30.000V",  "1",       "2.000A", "1",  "0.500V/s",
+               "840.000V/s", "100.250A/s", "0.010A/s", "0.125Ω",  "0",      "55", "1",
+               "2",          "KEEP",       "150",      "250",     "ON"};
+        QCOMPARE(fields(*d.lastMeasureData()), expected);
 
-        m_dmm->setWordTimeLimit(300);
+        d.setWordTimeLimit(300);
         m_sim->clearLog();
         QSignalSpy errors(m_dmm, &MyDMM::processError);
         qsizetype faultAt = -1;
         connect(m_dmm, &MyDMM::processError, this, [&] {
-            faultAt = m_dmm->getMeasureData().size();
+            faultAt = d.getMeasureData().size();
             m_sim->setDropEvery(0);
             m_sim->setLateEvery(0, 0);
         });
@@ -218,14 +190,14 @@ private Q_SLOTS:
 
         QCOMPARE(errors.size(), 1);
         QCOMPARE(errors.first().at(0).value<QSharedPointer<zelt::util::Word>>()->time(),
-                 5000); // only cut short here
+                 5000); // only cut here
         // The pass of the time-out is published with what it read: a field is right or unread,
         // never another word's answer. Every pass after it is whole and right.
-        QList<QSharedPointer<DmmData>> const samples = m_dmm->getMeasureData();
+        QList<QSharedPointer<DmmData>> const samples = d.getMeasureData();
         QStringList const atFault = fields(*samples.at(faultAt));
         for (int i = 0; i < expected.size(); ++i) {
             QString const& field = atFault.at(i);
-            QVERIFY2(field == expected.at(i) || field == "!" || field == "0" || field.isEmpty(),
+            QVERIFY2(field == expected.at(i) || field.startsWith('!') || field == "0" || field.isEmpty(),
                      qPrintable(atFault.join(' ')));
         }
         for (qsizetype i = faultAt + 1; i < samples.size(); ++i)
