@@ -429,6 +429,11 @@ private Q_SLOTS:
             << QStringList {":DELAY:STATe?", ":DELAY:CYCLEs?", ":DELAY:ENDState?",
                             ":DELAY:STARt?", ":DELAY:GROUPs?", ":DELAY:STOP?"}
             << 3 << "0|0.5|6|3|2|9|7|ON|V<,1.5";
+        // An item answer only acknowledges the rows.
+        QTest::newRow("list item") << Action([](MyDMM* d) { d->listQueryItem(2, 3); })
+                                   << QStringList {":LISTout:PARAmeter? 2,3"} << 2 << untouched;
+        QTest::newRow("delayer item") << Action([](MyDMM* d) { d->delayQueryItem(0, 128); })
+                                      << QStringList {":DELAY:PARAmeter? 0,128"} << 4 << untouched;
         // A state answer needs six fields and a base answer four; shorter ones are left unread.
         QTest::newRow("short list answers") << Action([this](MyDMM* d) {
             m_answers[":LISTout:STATe?"] = "1,1.000,9,9,9";

@@ -51,44 +51,6 @@ private Q_SLOTS:
         m_sim.reset();
     }
 
-    void listAndDelayerRoundTrip()
-    {
-        QSignalSpy reports(m_dmm, &MyDMM::updateListout);
-        m_dmm->cmdListSetBase(3, 2, 1, "ON");
-        m_dmm->listQueryOptions();
-        m_dmm->cmdListSetItem(3, 5, 1, 0.5);
-        m_dmm->listQueryItem(3, 1);
-        m_dmm->cmdDelaySetGroupStartNum(1);
-        m_dmm->cmdDelaySetGroupCount(4);
-        m_dmm->cmdDelaySetCycles(3);
-        m_dmm->cmdDelaySetEndState("LAST");
-        m_dmm->cmdDelaySetGroupStopCondition("V<,1.5");
-        m_dmm->delayQueryOptions();
-        m_dmm->cmdDelaySetItem(1, true, 2.5);
-        m_dmm->delayQueryItem(1, 1);
-        while (reports.size() < 4)
-            QVERIFY(reports.wait(5000));
-
-        QStringList got;
-        for (QList<QVariant> const& report : reports) {
-            auto const ld = report[0].value<ListAndDelayer>();
-            got << QStringLiteral("%1:%2,%3,%4,%5,%6,%7")
-                       .arg(ld.kind)
-                       .arg(ld.running)
-                       .arg(ld.start)
-                       .arg(ld.count)
-                       .arg(ld.cycles)
-                       .arg(ld.endState, ld.stopCondition);
-        }
-        // The item reports carry the options read before them.
-        QCOMPARE(got,
-                 (QStringList {"1:0,3,2,1,ON,", "2:0,3,2,1,ON,", "3:0,1,4,3,LAST,V<,1.5",
-                               "4:0,1,4,3,LAST,V<,1.5"}));
-        QStringList const lines = m_sim->receivedLines();
-        QVERIFY(lines.contains(":LISTout:PARAmeter 3,5,1,0.5"));
-        QCOMPARE(lines.at(lines.indexOf(":DELAY:PARAmeter 1,ON,2.5") + 1), ":DELAY:PARAmeter? 1,1");
-    }
-
     void lateAnswersNeverShiftTheSamples_data()
     {
         // The word time is cut to 300 ms; one answer comes this late (-1: never).
