@@ -227,24 +227,6 @@ private Q_SLOTS:
         QCOMPARE(m_peer->lines().mid(0, 6), QStringList({"A?", "B?", "C?", "A?", "B?", "*IDN?"}));
     }
 
-    void closeForceFromErrorHandlerStops()
-    {
-        m_peer->setResponder([](QString const&) { return QString(); });
-        m_probe->setRing({"SILENT?"}, 20);
-        int errors = 0;
-        connect(m_probe, &MeasureInst::processError, this, [&] {
-            if (++errors == 3)
-                m_probe->closeForce();
-        });
-        QSignalSpy stoped(m_probe, &MeasureInst::stoped);
-        QVERIFY(m_probe->open());
-        QVERIFY(stoped.wait(5000));
-        QTest::qWait(100);
-        QCOMPARE(errors, 3);
-        QCOMPARE(stoped.size(), 1);
-        QVERIFY(!m_probe->active());
-    }
-
     void wordsServedAtOnceLeaveTheStackFlat()
     {
         // Sign words and words without an answer are served inside their own processWord: handed on
