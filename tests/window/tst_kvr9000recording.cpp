@@ -13,46 +13,6 @@ namespace {
 
 QString const kModel = QStringLiteral("KVR9040-40");
 
-// Answers the window's modal dialogs in turn: a file dialog with the next name (an empty one
-// cancels), a message box with the next button. Each box is kept as "[title] text".
-class DialogScript : public QObject
-{
-public:
-    explicit DialogScript(QVariantList answers)
-        : m_answers(std::move(answers))
-    {
-        m_timer.setInterval(10);
-        connect(&m_timer, &QTimer::timeout, this, &DialogScript::answer);
-        m_timer.start();
-    }
-
-    QStringList boxes;
-
-private:
-    void answer()
-    {
-        QWidget* modal = QApplication::activeModalWidget();
-        if (!modal || !modal->isVisible() || m_answers.isEmpty())
-            return;
-        if (auto* files = qobject_cast<QFileDialog*>(modal)) {
-            QString const name = m_answers.takeFirst().toString();
-            if (name.isEmpty()) {
-                files->reject();
-                return;
-            }
-            files->selectFile(name);
-            static_cast<QDialog*>(files)->accept();
-        } else if (auto* box = qobject_cast<QMessageBox*>(modal)) {
-            boxes << QStringLiteral("[%1] %2").arg(box->windowTitle(), box->text());
-            auto const button = QMessageBox::StandardButton(m_answers.takeFirst().toInt());
-            button == QMessageBox::Cancel ? box->reject() : box->button(button)->click();
-        }
-    }
-
-    QVariantList m_answers;
-    QTimer m_timer;
-};
-
 QStringList rowTexts(QAbstractItemModel const& model, int row)
 {
     QStringList cells;
@@ -86,7 +46,6 @@ private Q_SLOTS:
     void saveImage_data();
     void saveImage();
     void tracerNote();
-    void historyMenu();
 
 private:
     bool openRecording()
@@ -145,15 +104,14 @@ void TestKvr9000Recording::samplesBecomeRowsAndPoints()
         QAbstractItemModel* model = table();
         int const last = model->rowCount() - 1;
         Channel const& ch = *data->activeChannel();
-        QStringList const expected {QString::number(last + 1),
-                                    data->dateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss")),
-                                    QStringLiteral("Normal"),
-                                    dmmhelper::VBText(ch.voltage.measured),
-                                    dmmhelper::VBText(ch.current.measured),
-                                    dmmhelper::VBText(ch.power),
-                                    "-",
-                                    "-",
-                                    "-"};
+        QStringList const expected
+            = QStringList {QString::number(last + 1),
+                           data->dateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss")),
+                           QStringLiteral("Normal"),
+                           dmmhelper::VBText(ch.voltage.measured),
+                           dmmhelper::VBText(ch.current.measured),
+                           dmmhelper::VBText(ch.power)}
+            + QStringList(3, QStringLiteral("-"));
         if (rowTexts(*model, last) != expected)
             mismatches << rowTexts(*model, last).join(',');
         QList<double> const values {ch.voltage.measured.value, ch.current.measured.value, ch.power.value};
@@ -173,21 +131,16 @@ void TestKvr9000Recording::samplesBecomeRowsAndPoints()
     QStringList graphs;
     for (int g = 0; g < plot->graphCount(); ++g) {
         QCPGraph* graph = plot->graph(g);
-        graphs << QStringLiteral("%1 %2 %3 %4")
-                      .arg(graph->name(), graph->pen().color().name(QColor::HexRgb).toUpper(),
-                           graph->valueAxis()->label(), QString::number(graph->valueAxis()->axisType()));
+        graphs << QStringLiteral("%1 %2 %3")
+                      .arg(graph->name(), graph->pen().color().name().toUpper(), graph->valueAxis()->label());
     }
     QCOMPARE(graphs,
-             (QStringList {"Voltage(V) #8EEB00 Voltage(V) 1", "Current(A) #133AAC Current(A) 2",
-                           "Power(W) #FF5600 Power(W) 2"}));
+             (QStringList {"Voltage(V) #8EEB00 Voltage(V)", "Current(A) #133AAC Current(A)",
+                           "Power(W) #FF5600 Power(W)"}));
     QCOMPARE(plot->xAxis->range().upper, (plot->graph(0)->data()->constEnd() - 1)->key);
-    auto ticker = plot->xAxis->ticker().dynamicCast<QCPAxisTickerDateTime>();
-    QCOMPARE(ticker ? ticker->dateTimeFormat() : QString(), QStringLiteral("yyyy-MM-dd\nHH:mm:ss"));
     // 0.1 V to 5 % over 40 V, widened by 3 % about its middle.
     QCOMPARE(plot->yAxis->range().lower, -0.5285);
     QCOMPARE(plot->yAxis->range().upper, 42.6285);
-    QVERIFY(child<QCustomPlot>("plot1")->isHidden());
-    QCOMPARE(child<QSplitter>("splitterView")->widget(0), child<QTableView>("tv1"));
 }
 
 void TestKvr9000Recording::gate_data()
@@ -249,9 +202,20 @@ void TestKvr9000Recording::clear()
     QVERIFY(openRecording());
     pause();
     int const before = rows();
+    // Chosen from the table's context menu, as a user does.
     DialogScript answers({answer});
-    child<QAction>("actionClear")->trigger();
-    QCOMPARE(answers.boxes, QStringList {"[Clear Data] Are you sure you want to clear all data?"});
+    QStringList menu;
+    auto const choose = whenShown<QMenu>([&](QMenu* popup) {
+        for (QAction* action : popup->actions())
+            menu << (action->isSeparator() ? QStringLiteral("|") : action->text());
+        popup->close();
+        popup->actions().constLast()->trigger();
+    });
+    auto* view = child<QTableView>("tv1");
+    QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(20, 20), view->mapToGlobal(QPoint(20, 20)));
+    QApplication::sendEvent(view, &event);
+    QCOMPARE(menu, (QStringList {"Export", "|", "Clear"}));
+    QCOMPARE(answers.shown, QStringList {"Question [Clear Data] Are you sure you want to clear all data?"});
     bool const cleared = answer == QMessageBox::Yes;
     QCOMPARE(rows(), cleared ? 0 : before);
     QCOMPARE(chart()->graph(2)->dataCount(), cleared ? 0 : before);
@@ -276,10 +240,11 @@ void TestKvr9000Recording::exportCsv()
     DialogScript answers({path, QMessageBox::No});
     child<QAction>("actionExport")->trigger();
     if (name.isEmpty()) {
-        QCOMPARE(answers.boxes, QStringList());
+        QCOMPARE(answers.shown, QStringList());
         return;
     }
-    QCOMPARE(answers.boxes, QStringList {"[] Successful to export data.\nDo you want to open the file?"});
+    QCOMPARE(answers.shown,
+             QStringList {"Question [] Successful to export data.\nDo you want to open the file?"});
 
     // The file holds the table as it shows: the header, then every row.
     QFile file(path);
@@ -297,9 +262,7 @@ void TestKvr9000Recording::saveImage_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("format"); // what the file holds
-    QTest::newRow("png") << "chart.png" << QByteArray("png");
     QTest::newRow("jpg") << "chart.jpg" << QByteArray("jpeg");
-    QTest::newRow("bmp") << "chart.bmp" << QByteArray("bmp");
     QTest::newRow("mixed case") << "chart.Png" << QByteArray("png");
 }
 
@@ -311,7 +274,8 @@ void TestKvr9000Recording::saveImage()
     QString const path = m_dir.filePath(name);
     DialogScript answers({path, QMessageBox::No});
     child<QAction>("actionSaveImage")->trigger();
-    QCOMPARE(answers.boxes, QStringList {"[] Successful to export data.\nDo you want to open this file?"});
+    QCOMPARE(answers.shown,
+             QStringList {"Question [] Successful to export data.\nDo you want to open this file?"});
     QImageReader reader(path);
     QCOMPARE(reader.format(), format);
     QImage const image = reader.read();
@@ -351,23 +315,6 @@ void TestKvr9000Recording::tracerNote()
     QVERIFY(chart()->graph(1)->selected());
     move(where);
     QCOMPARE(note(), QStringLiteral("-"));
-}
-
-void TestKvr9000Recording::historyMenu()
-{
-    QVERIFY(openRecording());
-    QStringList shown;
-    QTimer::singleShot(0, this, [&] {
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        QVERIFY(menu);
-        for (QAction* action : menu->actions())
-            shown << (action->isSeparator() ? QStringLiteral("|") : action->text());
-        menu->close();
-    });
-    auto* view = child<QTableView>("tv1");
-    QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(20, 20), view->mapToGlobal(QPoint(20, 20)));
-    QApplication::sendEvent(view, &event);
-    QCOMPARE(shown, (QStringList {"Export", "|", "Clear"}));
 }
 
 QTEST_MAIN(TestKvr9000Recording)

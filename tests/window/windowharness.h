@@ -1,6 +1,6 @@
 #pragma once
 // What the window suites share: the simulated instrument on loopback, a window made by the
-// plug-in on it, and a watcher that answers the modal message boxes the window shows.
+// plug-in on it, and helpers that answer the menus and dialogs the window shows.
 
 #include "driver/mydmm.h"
 #include "plugin/kvr9000.h"
@@ -13,6 +13,7 @@
 #include <QtWidgets>
 
 #include <functional>
+#include <memory>
 
 // Settings of the suite's own: suites running side by side share the test-mode folder.
 inline void isolateSettings(QString const& suite)
@@ -66,11 +67,26 @@ protected:
             m_window->show();
         return m_window;
     }
+    // Opens the window and waits for its first sample, which releases the control groups.
+    bool openRunning(QString const& model)
+    {
+        return open(model) && waitUntil([this] { return child<QGroupBox>("widgetOption")->isEnabled(); });
+    }
     bool closeWindow()
     {
         if (m_window)
             m_window->close();
         return waitUntil([this] { return m_window.isNull(); });
+    }
+    bool waitForSamples(int count)
+    {
+        QSignalSpy samples(driver(), &MyDMM::updateData);
+        return waitUntil([&] { return samples.count() >= count; });
+    }
+    // The setting lines (no query) that the instrument received.
+    QStringList settingLines() const
+    {
+        return m_server.receivedLines().filter(QRegularExpression(QStringLiteral("^[^?]*$")));
     }
     template<typename T> T* child(char const* name) const
     {
@@ -83,31 +99,61 @@ protected:
     QPointer<KVR9000Window> m_window;
 };
 
-// Presses OK on every message box that becomes the active modal widget and keeps its
-// icon, title and text as "Critical [title] text".
-class MessageBoxWatcher : public QObject
+// Runs act once on the first T that becomes the active popup or modal widget.
+template<typename T, typename F> std::unique_ptr<QTimer> whenShown(F act)
+{
+    auto timer = std::make_unique<QTimer>();
+    timer->setInterval(10);
+    QObject::connect(timer.get(), &QTimer::timeout, [poll = timer.get(), act] {
+        QWidget* top = QApplication::activePopupWidget();
+        auto* widget = qobject_cast<T*>(top ? top : QApplication::activeModalWidget());
+        if (widget && widget->isVisible()) {
+            poll->stop();
+            act(widget);
+        }
+    });
+    timer->start();
+    return timer;
+}
+
+// Answers the window's modal dialogs in turn: a file dialog with the next name (an empty one
+// cancels), a message box with the next button (Cancel closes it). Once the answers are used
+// up, a box gets OK and a file dialog is cancelled. Each box is kept as "Icon [title] text".
+class DialogScript : public QObject
 {
 public:
-    MessageBoxWatcher()
+    explicit DialogScript(QVariantList answers = {})
+        : m_answers(std::move(answers))
     {
         m_timer.setInterval(10);
-        connect(&m_timer, &QTimer::timeout, this, [this] {
-            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            if (!box || !box->isVisible())
-                return;
-            shown << QStringLiteral("%1 [%2] %3")
-                         .arg(QLatin1String(QMetaEnum::fromType<QMessageBox::Icon>().valueToKey(box->icon())),
-                              box->windowTitle(), box->text());
-            if (QAbstractButton* ok = box->button(QMessageBox::Ok))
-                ok->click();
-            else
-                box->reject();
-        });
+        connect(&m_timer, &QTimer::timeout, this, &DialogScript::answer);
         m_timer.start();
     }
 
     QStringList shown;
 
 private:
+    void answer()
+    {
+        QWidget* modal = QApplication::activeModalWidget();
+        if (!modal || !modal->isVisible())
+            return;
+        QVariant const next = m_answers.isEmpty() ? QVariant() : m_answers.takeFirst();
+        if (auto* files = qobject_cast<QFileDialog*>(modal)) {
+            if (next.toString().isEmpty())
+                return files->reject();
+            files->selectFile(next.toString());
+            static_cast<QDialog*>(files)->accept();
+        } else if (auto* box = qobject_cast<QMessageBox*>(modal)) {
+            shown << QStringLiteral("%1 [%2] %3")
+                         .arg(QLatin1String(QMetaEnum::fromType<QMessageBox::Icon>().valueToKey(box->icon())),
+                              box->windowTitle(), box->text());
+            auto const button = QMessageBox::StandardButton(next.isValid() ? next.toInt() : QMessageBox::Ok);
+            QAbstractButton* pressed = box->button(button);
+            pressed ? pressed->click() : box->reject();
+        }
+    }
+
+    QVariantList m_answers;
     QTimer m_timer;
 };
