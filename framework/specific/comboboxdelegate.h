@@ -1,6 +1,6 @@
 #pragma once
-// Edits the delayer table: the output state in a combo box of "Off" and "On",
-// the numbers as FloatDelegate does.
+// The delayer table's delegate: FloatDelegate's editors, the output state among them, under
+// the name that table knows them by.
 
 #include "specific/floatdelegate.h"
 
@@ -10,12 +10,10 @@ class ComboBoxDelegate : public FloatDelegate
 {
     Q_OBJECT
 public:
-    explicit ComboBoxDelegate(QObject* parent = nullptr);
-
-    QWidget* createEditor(QWidget* parent, QStyleOptionViewItem const& option,
-                          QModelIndex const& index) const override;
-    void setEditorData(QWidget* editor, QModelIndex const& index) const override;
-    void setModelData(QWidget* editor, QAbstractItemModel* model, QModelIndex const& index) const override;
+    explicit ComboBoxDelegate(QObject* parent = nullptr)
+        : FloatDelegate(parent)
+    {
+    }
 };
 
 } // namespace zelt::specific::pxn3000s::programmer

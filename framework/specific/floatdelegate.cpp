@@ -2,6 +2,7 @@
 
 #include "specific/itemroles.h"
 
+#include <QComboBox>
 #include <QDoubleSpinBox>
 
 namespace zelt::specific::pxn3000s::programmer {
@@ -10,11 +11,6 @@ namespace {
 
 // The editor's value as setEditorData left it, to tell an edit from a look.
 char const* const kShownProperty = "zeltShownValue";
-
-bool isNumber(QModelIndex const& index)
-{
-    return index.data(Qt::EditRole).typeId() == QMetaType::Double;
-}
 
 } // namespace
 
@@ -26,7 +22,14 @@ FloatDelegate::FloatDelegate(QObject* parent)
 QWidget* FloatDelegate::createEditor(QWidget* parent, QStyleOptionViewItem const& option,
                                      QModelIndex const& index) const
 {
-    if (!isNumber(index))
+    int const type = index.data(Qt::EditRole).typeId();
+    if (type == QMetaType::Bool) {
+        auto* combo = new QComboBox(parent);
+        combo->addItem(tr("Off"), false);
+        combo->addItem(tr("On"), true);
+        return combo;
+    }
+    if (type != QMetaType::Double)
         return QStyledItemDelegate::createEditor(parent, option, index);
     auto* box = new QDoubleSpinBox(parent);
     box->setFrame(false);
@@ -40,27 +43,28 @@ QWidget* FloatDelegate::createEditor(QWidget* parent, QStyleOptionViewItem const
 
 void FloatDelegate::setEditorData(QWidget* editor, QModelIndex const& index) const
 {
-    auto* box = qobject_cast<QDoubleSpinBox*>(editor);
-    if (!box) {
+    if (auto* combo = qobject_cast<QComboBox*>(editor)) {
+        combo->setCurrentIndex(combo->findData(index.data(Qt::EditRole).toBool()));
+    } else if (auto* box = qobject_cast<QDoubleSpinBox*>(editor)) {
+        box->setValue(index.data(Qt::EditRole).toDouble());
+        box->setProperty(kShownProperty, box->value());
+    } else {
         QStyledItemDelegate::setEditorData(editor, index);
-        return;
     }
-    box->setValue(index.data(Qt::EditRole).toDouble());
-    box->setProperty(kShownProperty, box->value());
 }
 
 void FloatDelegate::setModelData(QWidget* editor, QAbstractItemModel* model, QModelIndex const& index) const
 {
-    auto* box = qobject_cast<QDoubleSpinBox*>(editor);
-    if (!box) {
+    if (auto* combo = qobject_cast<QComboBox*>(editor)) {
+        model->setData(index, combo->currentData().toBool(), Qt::EditRole);
+    } else if (auto* box = qobject_cast<QDoubleSpinBox*>(editor)) {
+        box->interpretText();
+        QVariant const shown = box->property(kShownProperty);
+        if (!shown.isValid() || shown.toDouble() != box->value())
+            model->setData(index, box->value(), Qt::EditRole);
+    } else {
         QStyledItemDelegate::setModelData(editor, model, index);
-        return;
     }
-    box->interpretText();
-    QVariant const shown = box->property(kShownProperty);
-    if (shown.isValid() && shown.toDouble() == box->value())
-        return;
-    model->setData(index, box->value(), Qt::EditRole);
 }
 
 } // namespace zelt::specific::pxn3000s::programmer

@@ -1,8 +1,8 @@
 #pragma once
-// Edits the number cells of the programmer's tables in a spin box with the
-// decimals and bounds that the model gives (DecimalsRole, MinimumRole,
-// MaximumRole). A value the user did not change is not written back, so a
-// cell keeps its full value although the editor shows it rounded.
+// Edits the cells of the programmer's tables by what they hold: a number in a spin box with
+// the decimals and bounds that the model gives (DecimalsRole, MinimumRole, MaximumRole), an
+// output state in a combo box of "Off" and "On". A number the user did not change is not
+// written back, so a cell keeps its full value although the editor shows it rounded.
 
 #include <QStyledItemDelegate>
 

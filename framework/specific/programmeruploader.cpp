@@ -49,36 +49,4 @@ void ProgrammerUploader::stop()
     Q_EMIT stoped();
 }
 
-ListUploader::ListUploader(QList<ListData> const& rows, QObject* parent)
-    : ProgrammerUploader(parent)
-    , m_rows(rows)
-{
-}
-
-int ListUploader::count() const
-{
-    return int(m_rows.size());
-}
-
-ProgrammerData const& ListUploader::row(int index) const
-{
-    return m_rows.at(index);
-}
-
-DelayerUploader::DelayerUploader(QList<DelayerData> const& rows, QObject* parent)
-    : ProgrammerUploader(parent)
-    , m_rows(rows)
-{
-}
-
-int DelayerUploader::count() const
-{
-    return int(m_rows.size());
-}
-
-ProgrammerData const& DelayerUploader::row(int index) const
-{
-    return m_rows.at(index);
-}
-
 } // namespace zelt::specific::pxn3000s::programmer

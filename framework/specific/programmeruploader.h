@@ -52,32 +52,42 @@ private:
     bool m_stopWhenFinished = true;
 };
 
-class ListUploader : public ProgrammerUploader
+// The rows of one kind, copied at construction.
+template<typename Row> class RowsUploader : public ProgrammerUploader
 {
-    Q_OBJECT
 public:
-    explicit ListUploader(QList<ListData> const& rows, QObject* parent = nullptr);
-    int count() const override;
+    int count() const override { return int(m_rows.size()); }
 
 protected:
-    ProgrammerData const& row(int index) const override;
+    RowsUploader(QList<Row> const& rows, QObject* parent)
+        : ProgrammerUploader(parent)
+        , m_rows(rows)
+    {
+    }
+    ProgrammerData const& row(int index) const override { return m_rows.at(index); }
 
 private:
-    QList<ListData> const m_rows;
+    QList<Row> const m_rows;
 };
 
-class DelayerUploader : public ProgrammerUploader
+class ListUploader : public RowsUploader<ListData>
 {
     Q_OBJECT
 public:
-    explicit DelayerUploader(QList<DelayerData> const& rows, QObject* parent = nullptr);
-    int count() const override;
+    explicit ListUploader(QList<ListData> const& rows, QObject* parent = nullptr)
+        : RowsUploader(rows, parent)
+    {
+    }
+};
 
-protected:
-    ProgrammerData const& row(int index) const override;
-
-private:
-    QList<DelayerData> const m_rows;
+class DelayerUploader : public RowsUploader<DelayerData>
+{
+    Q_OBJECT
+public:
+    explicit DelayerUploader(QList<DelayerData> const& rows, QObject* parent = nullptr)
+        : RowsUploader(rows, parent)
+    {
+    }
 };
 
 } // namespace zelt::specific::pxn3000s::programmer
