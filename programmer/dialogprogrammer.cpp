@@ -24,6 +24,7 @@
 #include <QSpinBox>
 #include <QStatusBar>
 #include <QTableView>
+#include <QTimer>
 
 #include <algorithm>
 #include <cmath>
@@ -125,6 +126,152 @@ template<typename Spin> Spin* pageChild(QWidget* page, char const* name, int typ
     return page->findChild<Spin*>(QString::fromLatin1(name).arg(type));
 }
 
+template<typename Param>
+void saveTemplateParams(QString const& typeKey, int activeType, QString const& paramsKey,
+                        QList<Param> const& params)
+{
+    QSettings settings;
+    settings.beginGroup(settingsGroup());
+    settings.setValue(typeKey, activeType);
+    settings.setValue(paramsKey, QVariant::fromValue(params));
+}
+
+// The active type is read in any case; the records only when there are exactly `types` of them.
+template<typename Param>
+bool loadTemplateParams(QString const& typeKey, QString const& paramsKey, int types, int& activeType,
+                        QList<Param>& params)
+{
+    QSettings settings;
+    settings.beginGroup(settingsGroup());
+    activeType = std::clamp(settings.value(typeKey, 0).toInt(), 0, types - 1);
+    QVariant value = settings.value(paramsKey);
+    auto const type = QMetaType::fromType<QList<Param>>();
+    if (!value.isValid() || value.isNull() || (value.metaType() != type && !value.convert(type)))
+        return false;
+    auto const stored = value.value<QList<Param>>();
+    if (stored.size() != types)
+        return false;
+    params = stored;
+    return true;
+}
+
+// The record of a type, if there is one.
+template<typename Param> Param* recordAt(QList<Param>& params, int type)
+{
+    return type >= 0 && type < params.size() ? &params[type] : nullptr;
+}
+
+// Steps that hold each row's value for its time, in ticks of the last time decimal.
+template<typename Row, typename Value>
+void stepCurve(QList<Row> const& rows, Value value, QList<double>& x, QList<double>& y)
+{
+    double const scale = ticksPerSecond();
+    QList<QList<double>> values;
+    values.reserve(rows.size());
+    for (Row const& row : rows)
+        values.append({value(row), row.time * scale});
+    make_plot_values(values, x, y, Qt::AlignRight);
+}
+
+void setupTable(QTableView* view, QAbstractItemModel* model)
+{
+    view->setModel(model);
+    // Rows of a line of text: the style's default shows only four of them under the plot.
+    view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 8);
+    view->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+    view->setSelectionBehavior(QAbstractItemView::SelectItems);
+}
+
+// The row count in the groups box, red beyond what the instrument holds, and the start held
+// so that start and rows stay within the instrument's memory.
+void showRowCount(QSpinBox* groups, QSpinBox* start, int rows)
+{
+    int const most = Helper::getInstance().maxGroups;
+    groups->setValue(rows);
+    groups->setStyleSheet(rows > most ? kRedBackground : QString());
+    start->setRange(0, most - std::min(rows, most));
+}
+
+// The widgets that both tabs have on their data side, each under names of its own.
+struct DataSide
+{
+    QTableView* view;
+    QSpinBox* cycles;
+    QComboBox* endState;
+    QComboBox* channel;
+    QSpinBox* start;
+    QSpinBox* groups;
+    QPushButton* save;
+    QPushButton* load;
+    QPushButton* upload;
+    QAction* saveAction;
+    QAction* loadAction;
+    QAction* uploadAction;
+    QToolBar* toolbar;
+    QPushButton* append;
+    QPushButton* insert;
+};
+
+DataSide dataSide(Ui_DialogProgrammer const* ui, DialogProgrammer::UploadMode mode)
+{
+    if (mode == DialogProgrammer::UploadList)
+        return {ui->tvList,          ui->sbListCycles,          ui->cbbListEndState,
+                ui->cbbListCH,       ui->spinListStartNum,      ui->sbListGroups,
+                ui->btnListSave,     ui->btnListLoad,           ui->btnListUpload,
+                ui->actionSaveList,  ui->actionloadList,        ui->actionListUpload,
+                ui->toolbarListData, ui->btnListTemplateAppend, ui->btnListTemplateInsert};
+    return {ui->tvDelayer,          ui->sbDelayerCycles,          ui->cbbDelayerEndState,
+            ui->cbbDelayerCH,       ui->spinDelayerStartNum,      ui->sbDelayerGroups,
+            ui->btnDelayerSave,     ui->btnDelayerLoad,           ui->btnDelayerUpload,
+            ui->actionSaveDelayer,  ui->actionLoadDelayer,        ui->actionDelayerUpload,
+            ui->toolbarDelayerData, ui->btnDelayerTemplateAppend, ui->btnDelayerTemplateInsert};
+}
+
+// The head of the dialog's own file format.
+QList<QString> dialogFileHead(QLatin1String kind, int cycles, QString const& endState, qsizetype rows)
+{
+    return {
+        QStringLiteral("%1,%2").arg(kind, QLatin1String("10")),
+        QStringLiteral("Cycles,%1").arg(cycles == 0 ? QStringLiteral("Infinite") : QString::number(cycles)),
+        QStringLiteral("End Status,%1").arg(endState), QStringLiteral("Groups,%1").arg(rows)};
+}
+
+// The cycles and the end-state text of a dialog-format file, when its head is whole, of the
+// kind, with one of the end states accepted and a row count that the instrument holds.
+bool readDialogFileHead(QList<QString> const& lines, QLatin1String kind, QStringList const& endStates,
+                        int& cycles, QString& endState)
+{
+    // A file shorter than its header is refused like a wrong one.
+    if (lines.size() < 4)
+        return false;
+    QStringList const head = headerLine(lines, 0, kind);
+    if (head.isEmpty() || head.at(1) != QLatin1String("10"))
+        return false;
+    QStringList const cyclesLine = headerLine(lines, 1, QLatin1String("Cycles"));
+    if (cyclesLine.isEmpty() || !readCycles(cyclesLine.at(1), cycles))
+        return false;
+    QStringList const endLine = headerLine(lines, 2, QLatin1String("End Status"));
+    if (endLine.isEmpty() || !endStates.contains(endLine.at(1)))
+        return false;
+    endState = endLine.at(1);
+    return groupsLineFits(lines);
+}
+
+// The rows of a file from line `first` on, as many as the instrument holds; a line with no
+// more than `fields` parts is passed over. The first part, the row number, is never read.
+template<typename Row, typename Read>
+QList<Row> readFileRows(QList<QString> const& lines, int first, int fields, Read read)
+{
+    QList<Row> rows;
+    int const count = std::min(int(lines.size()) - first, Helper::getInstance().maxGroups);
+    for (int i = 0; i < count; ++i) {
+        QStringList const parts = lines.at(first + i).split(QLatin1Char(','), Qt::KeepEmptyParts);
+        if (parts.size() > fields)
+            rows.append(read(parts));
+    }
+    return rows;
+}
+
 } // namespace
 
 DialogProgrammer::DialogProgrammer(Option& option, QWidget* parent)
@@ -168,6 +315,11 @@ void DialogProgrammer::initWidget()
     progressBar = new QProgressBar;
     progressBar->setTextVisible(false);
     progressBar->hide();
+    // A repaint of the dialog costs more than a row's own exchange with the instrument: the
+    // upload is drawn at most 25 times a second.
+    m_progressTimer = new QTimer(this);
+    m_progressTimer->setInterval(40);
+    connect(m_progressTimer, &QTimer::timeout, this, &DialogProgrammer::showRowInTransit);
     statusBar = new QStatusBar(this);
     statusBar->addPermanentWidget(progressBar, 1);
     layout()->addWidget(statusBar);
@@ -284,56 +436,102 @@ bool DialogProgrammer::eventFilter(QObject* watched, QEvent* event)
 
 bool DialogProgrammer::saveListTemplateParamsToSettings() const
 {
-    QSettings settings;
-    settings.beginGroup(settingsGroup());
-    settings.setValue(QStringLiteral("List Active Type"), ui->cbbListTempType->currentIndex());
-    settings.setValue(QStringLiteral("List Template Params"), QVariant::fromValue(listTemplateParams));
-    settings.endGroup();
+    saveTemplateParams(QStringLiteral("List Active Type"), ui->cbbListTempType->currentIndex(),
+                       QStringLiteral("List Template Params"), listTemplateParams);
     return true;
 }
 
 bool DialogProgrammer::loadListTemplateParamsFromSettings()
 {
-    QSettings settings;
-    settings.beginGroup(settingsGroup());
-    listActiveType
-        = std::clamp(settings.value(QStringLiteral("List Active Type"), 0).toInt(), 0, kListWaveTypes - 1);
-    QVariant value = settings.value(QStringLiteral("List Template Params"));
-    auto const type = QMetaType::fromType<QList<ListTemplateParam>>();
-    if (!value.isValid() || value.isNull() || (value.metaType() != type && !value.convert(type)))
-        return false;
-    auto const params = value.value<QList<ListTemplateParam>>();
-    if (params.size() != kListWaveTypes)
-        return false;
-    listTemplateParams = params;
-    return true;
+    return loadTemplateParams(QStringLiteral("List Active Type"), QStringLiteral("List Template Params"),
+                              kListWaveTypes, listActiveType, listTemplateParams);
 }
 
 bool DialogProgrammer::saveDelayerTemplateParamsToSettings() const
 {
-    QSettings settings;
-    settings.beginGroup(settingsGroup());
-    settings.setValue(QStringLiteral("Delayer Active Type"), ui->cbbDelayerTempType->currentIndex());
-    settings.setValue(QStringLiteral("Delayer Template Params"), QVariant::fromValue(delayerTemplateParams));
-    settings.endGroup();
+    saveTemplateParams(QStringLiteral("Delayer Active Type"), ui->cbbDelayerTempType->currentIndex(),
+                       QStringLiteral("Delayer Template Params"), delayerTemplateParams);
     return true;
 }
 
 bool DialogProgrammer::loadDelayerTemplateParamsFromSettings()
 {
-    QSettings settings;
-    settings.beginGroup(settingsGroup());
-    delayerActiveType = std::clamp(settings.value(QStringLiteral("Delayer Active Type"), 0).toInt(), 0,
-                                   kDelayerWaveTypes - 1);
-    QVariant value = settings.value(QStringLiteral("Delayer Template Params"));
-    auto const type = QMetaType::fromType<QList<DelayerTemplateParam>>();
-    if (!value.isValid() || value.isNull() || (value.metaType() != type && !value.convert(type)))
+    return loadTemplateParams(QStringLiteral("Delayer Active Type"),
+                              QStringLiteral("Delayer Template Params"), kDelayerWaveTypes, delayerActiveType,
+                              delayerTemplateParams);
+}
+
+void DialogProgrammer::initDataSide(UploadMode mode, QAbstractItemModel* model,
+                                    QAbstractItemDelegate* delegate)
+{
+    Helper const& helper = Helper::getInstance();
+    DataSide const side = dataSide(ui, mode);
+    side.start->setRange(0, helper.maxGroups);
+    side.save->setEnabled(helper.canSave);
+    side.load->setEnabled(helper.canLoad);
+    side.upload->setEnabled(helper.canUpload);
+    side.channel->clear();
+    for (Channel const& channel : helper.channels)
+        side.channel->addItem(channel.name);
+    side.channel->setCurrentIndex(0);
+
+    side.view->setItemDelegate(delegate);
+    setupTable(side.view, model);
+    side.view->installEventFilter(this);
+
+    side.append->setIcon(QIcon(QStringLiteral(":images/append3.png")));
+    side.insert->setIcon(QIcon(QStringLiteral(":images/insert32.png")));
+    side.endState->clear();
+    side.endState->addItem(tr("Output Off"), QStringLiteral("OFF"));
+    side.endState->addItem(tr("Output On"), QStringLiteral("ON"));
+    if (mode == UploadDelayer)
+        side.endState->addItem(tr("Last"), QStringLiteral("LAST"));
+    side.endState->setCurrentIndex(0);
+    side.cycles->setSpecialValueText(tr("Infinite"));
+    side.groups->setReadOnly(true);
+    side.groups->setButtonSymbols(QAbstractSpinBox::NoButtons);
+    side.toolbar->hide();
+    side.save->setIcon(side.saveAction->icon());
+    side.load->setIcon(side.loadAction->icon());
+    side.upload->setIcon(side.uploadAction->icon());
+
+    bool const list = mode == UploadList;
+    connect(side.save, &QPushButton::clicked, this,
+            list ? &DialogProgrammer::on_actionSaveList_triggered
+                 : &DialogProgrammer::on_actionSaveDelayer_triggered);
+    connect(side.load, &QPushButton::clicked, this,
+            list ? &DialogProgrammer::on_actionloadList_triggered
+                 : &DialogProgrammer::on_actionLoadDelayer_triggered);
+    connect(side.upload, &QPushButton::clicked, this, [this, mode] { uploaderStart(mode); });
+}
+
+template<typename Model, typename Row>
+bool DialogProgrammer::addTemplateRows(QTableView* view, Model* model, QList<Row> const& rows, bool insert)
+{
+    if (rows.isEmpty())
         return false;
-    auto const params = value.value<QList<DelayerTemplateParam>>();
-    if (params.size() != kDelayerWaveTypes)
-        return false;
-    delayerTemplateParams = params;
+    QModelIndex const current = view->currentIndex();
+    int const row = insert && current.isValid() && current.model() ? current.row() : model->rowCount();
+    model->insertRows(row, rows);
+    selectTvItems(view, model->index(row, 0),
+                  model->index(row + int(rows.size()) - 1, model->columnCount() - 1));
     return true;
+}
+
+void DialogProgrammer::showLoadedRows(UploadMode mode, UploadParam const& param)
+{
+    DataSide const side = dataSide(ui, mode);
+    // A cancelled or refused file empties the table and keeps cycles and end state on show.
+    side.cycles->setValue(param.cycles);
+    side.endState->setCurrentIndex(side.endState->findData(param.endState));
+    QAbstractItemModel* model = side.view->model();
+    selectTvItems(side.view, model->index(0, 0),
+                  model->index(model->rowCount() - 1, model->columnCount() - 1));
+    side.view->setFocus();
+    if (mode == UploadList)
+        updateListGroupsWidget();
+    else
+        updateDelayerGroupsWidget();
 }
 
 // ---- List tab ---------------------------------------------------------------------------
@@ -343,14 +541,6 @@ void DialogProgrammer::initListWidgets()
     Helper const& helper = Helper::getInstance();
     blockChildrenSignals(ui->tabList, true);
 
-    ui->spinListStartNum->setRange(0, helper.maxGroups);
-    ui->btnListSave->setEnabled(helper.canSave);
-    ui->btnListLoad->setEnabled(helper.canLoad);
-    ui->btnListUpload->setEnabled(helper.canUpload);
-    ui->btnDelayerSave->setEnabled(helper.canSave);
-    ui->btnDelayerLoad->setEnabled(helper.canLoad);
-    ui->btnDelayerUpload->setEnabled(helper.canUpload);
-
     for (QDoubleSpinBox* spin : ui->tabList->findChildren<QDoubleSpinBox*>()) {
         QString const name = spin->objectName();
         if (name.startsWith(QLatin1String("sbListTempPeriod"))
@@ -358,11 +548,6 @@ void DialogProgrammer::initListWidgets()
             || name.startsWith(QLatin1String("sbListTempWidth")))
             spin->setDecimals(helper.timeDecimals);
     }
-
-    ui->cbbListCH->clear();
-    for (Channel const& channel : helper.channels)
-        ui->cbbListCH->addItem(channel.name);
-    ui->cbbListCH->setCurrentIndex(0);
 
     QCustomPlot* plot = ui->plotList;
     setupPlotBase(plot);
@@ -380,17 +565,10 @@ void DialogProgrammer::initListWidgets()
     listCurrentCurve->setPen(QPen(kCurrentColor));
 
     listTemplateModel = new ListTemplateModel(listTemplateData, this);
-    ui->tvListTemplate->setModel(listTemplateModel);
-    ui->tvListTemplate->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
-    ui->tvListTemplate->setSelectionBehavior(QAbstractItemView::SelectItems);
-
+    setupTable(ui->tvListTemplate, listTemplateModel);
     listDataModel = new ListDataModel(listData, this);
     connect(listDataModel, &QAbstractItemModel::dataChanged, this, &DialogProgrammer::updateListGroupsWidget);
-    ui->tvList->setItemDelegate(new FloatDelegate(ui->tvList));
-    ui->tvList->setModel(listDataModel);
-    ui->tvList->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
-    ui->tvList->setSelectionBehavior(QAbstractItemView::SelectItems);
-    ui->tvList->installEventFilter(this);
+    initDataSide(UploadList, listDataModel, new FloatDelegate(ui->tvList));
 
     plot = ui->plotListTemplate;
     setupPlotBase(plot);
@@ -410,24 +588,6 @@ void DialogProgrammer::initListWidgets()
     ui->cbbListTempType->clear();
     for (int t = 0; t < kListWaveTypes; ++t)
         ui->cbbListTempType->addItem(QIcon(QString::fromLatin1(kIcons[t])), types.at(t));
-    ui->btnListTemplateAppend->setIcon(QIcon(QStringLiteral(":images/append3.png")));
-    ui->btnListTemplateInsert->setIcon(QIcon(QStringLiteral(":images/insert32.png")));
-    ui->cbbListEndState->clear();
-    ui->cbbListEndState->addItem(tr("Output Off"), QStringLiteral("OFF"));
-    ui->cbbListEndState->addItem(tr("Output On"), QStringLiteral("ON"));
-    ui->cbbListEndState->setCurrentIndex(0);
-    ui->sbListCycles->setSpecialValueText(tr("Infinite"));
-    ui->sbListGroups->setReadOnly(true);
-    ui->sbListGroups->setButtonSymbols(QAbstractSpinBox::NoButtons);
-    ui->toolbarListData->hide();
-    ui->btnListSave->setIcon(ui->actionSaveList->icon());
-    ui->btnListLoad->setIcon(ui->actionloadList->icon());
-    ui->btnListUpload->setIcon(ui->actionListUpload->icon());
-
-    connect(ui->btnListSave, &QPushButton::clicked, this,
-            [this] { Q_EMIT listSaveToCSV(listData, getUploadParamFromUI(UploadList)); });
-    connect(ui->btnListLoad, &QPushButton::clicked, this, &DialogProgrammer::on_actionloadList_triggered);
-    connect(ui->btnListUpload, &QPushButton::clicked, this, [this] { uploaderStart(UploadList); });
 
     blockChildrenSignals(ui->tabList, false);
 }
@@ -550,12 +710,8 @@ void DialogProgrammer::make_list_data(ListTemplateParam const& p)
 void DialogProgrammer::make_list_plot_data(QList<ListData> const& rows, bool voltage, QList<double>& x,
                                            QList<double>& y) const
 {
-    double const scale = ticksPerSecond();
-    QList<QList<double>> values;
-    values.reserve(rows.size());
-    for (ListData const& row : rows)
-        values.append({voltage ? row.voltage : row.current, row.time * scale});
-    make_plot_values(values, x, y, Qt::AlignRight);
+    stepCurve(
+        rows, [voltage](ListData const& row) { return voltage ? row.voltage : row.current; }, x, y);
 }
 
 void DialogProgrammer::update_list_plot(ListTemplateParam const& p, QList<double>& x, QList<double>& y)
@@ -582,11 +738,7 @@ void DialogProgrammer::update_list_data_model(QList<ListData> const& rows)
 void DialogProgrammer::updateListGroupsWidget()
 {
     Helper const& helper = Helper::getInstance();
-    int const n = int(listData.size());
-    int const m = helper.maxGroups;
-    ui->sbListGroups->setValue(n);
-    ui->sbListGroups->setStyleSheet(n > m ? kRedBackground : QString());
-    ui->spinListStartNum->setRange(0, m - std::min(n, m));
+    showRowCount(ui->sbListGroups, ui->spinListStartNum, int(listData.size()));
 
     QList<double> x;
     QList<double> y;
@@ -610,70 +762,62 @@ void DialogProgrammer::updateListGroupsWidget()
 
 void DialogProgrammer::on_cbbListTempType_currentIndexChanged(int index)
 {
-    if (index < 0 || index >= listTemplateParams.size())
-        return;
-    ListTemplateParam& p = listTemplateParams[index];
-    p.type = index;
-    update_ui_from_list_tempparam(p);
-    make_list_data(p);
+    if (ListTemplateParam* p = recordAt(listTemplateParams, index)) {
+        p->type = index;
+        update_ui_from_list_tempparam(*p);
+        make_list_data(*p);
+    }
 }
 
 void DialogProgrammer::listSpinBoxEditingFinished()
 {
-    int const type = ui->cbbListTempType->currentIndex();
-    if (type < 0 || type >= listTemplateParams.size())
-        return;
-    ListTemplateParam& p = listTemplateParams[type];
-    update_list_tempparam_from_ui(&p);
-    make_list_data(p);
+    if (ListTemplateParam* p = recordAt(listTemplateParams, ui->cbbListTempType->currentIndex())) {
+        update_list_tempparam_from_ui(p);
+        make_list_data(*p);
+    }
 }
 
 void DialogProgrammer::on_cbbListTempObject_currentIndexChanged(int index)
 {
     int const type = ui->cbbListTempType->currentIndex();
-    if (type < 0 || type >= listTemplateParams.size())
-        return;
-    ListTemplateParam& p = listTemplateParams[type];
-    p.object = index;
-    p.type = type;
-    update_ui_from_list_tempparam(p);
-    make_list_data(p);
+    if (ListTemplateParam* p = recordAt(listTemplateParams, type)) {
+        p->object = index;
+        p->type = type;
+        update_ui_from_list_tempparam(*p);
+        make_list_data(*p);
+    }
 }
 
 void DialogProgrammer::cbListTempInverted_clicked(bool checked)
 {
     int const type = ui->cbbListTempType->currentIndex();
-    if (type < 0 || type >= listTemplateParams.size())
-        return;
-    ListTemplateParam& p = listTemplateParams[type];
-    p.inverted = checked;
-    p.type = type;
-    update_ui_from_list_tempparam(p);
-    make_list_data(p);
+    if (ListTemplateParam* p = recordAt(listTemplateParams, type)) {
+        p->inverted = checked;
+        p->type = type;
+        update_ui_from_list_tempparam(*p);
+        make_list_data(*p);
+    }
 }
 
 void DialogProgrammer::on_cbbListCH_currentIndexChanged(int index)
 {
-    int const type = ui->cbbListTempType->currentIndex();
-    if (index < 0 || type < 0 || type >= listTemplateParams.size())
+    ListTemplateParam* p = recordAt(listTemplateParams, ui->cbbListTempType->currentIndex());
+    if (index < 0 || !p)
         return;
     Helper::getInstance().channel = index;
-    ListTemplateParam& p = listTemplateParams[type];
     // The new ranges clamp the spin boxes, and the clamped values go into the record.
-    update_ui_from_list_tempparam(p);
-    update_list_tempparam_from_ui(&p);
-    make_list_data(p);
+    update_ui_from_list_tempparam(*p);
+    update_list_tempparam_from_ui(p);
+    make_list_data(*p);
 }
 
 void DialogProgrammer::on_btnReset_clicked()
 {
-    int const type = ui->cbbListTempType->currentIndex();
-    if (type < 0 || type >= listTemplateParams.size())
-        return;
-    ListTemplateParam& p = listTemplateParams[type];
-    resetListTemplateParam(p, static_cast<unsigned char>(p.type));
-    update_ui_from_list_tempparam(p);
-    make_list_data(p);
+    if (ListTemplateParam* p = recordAt(listTemplateParams, ui->cbbListTempType->currentIndex())) {
+        resetListTemplateParam(*p, static_cast<unsigned char>(p->type));
+        update_ui_from_list_tempparam(*p);
+        make_list_data(*p);
+    }
 }
 
 void DialogProgrammer::on_btnResetAll_clicked()
@@ -687,31 +831,14 @@ void DialogProgrammer::on_btnResetAll_clicked()
 
 void DialogProgrammer::on_btnListTemplateAppend_clicked()
 {
-    if (listTemplateData.isEmpty())
-        return;
-    listDataModel->appendRows(listTemplateData);
-    int const rows = listDataModel->rowCount();
-    int const k = int(listTemplateData.size());
-    selectTvItems(ui->tvList, listDataModel->index(rows - k, 0),
-                  listDataModel->index(rows - 1, listDataModel->columnCount() - 1));
-    updateListGroupsWidget();
+    if (addTemplateRows(ui->tvList, listDataModel, listTemplateData, false))
+        updateListGroupsWidget();
 }
 
 void DialogProgrammer::on_btnListTemplateInsert_clicked()
 {
-    if (listTemplateData.isEmpty())
-        return;
-    QModelIndex const current = ui->tvList->currentIndex();
-    if (!current.isValid() || !current.model()) {
-        on_btnListTemplateAppend_clicked();
-        return;
-    }
-    int const row = current.row();
-    int const k = int(listTemplateData.size());
-    listDataModel->insertRows(row, listTemplateData);
-    selectTvItems(ui->tvList, listDataModel->index(row, 0),
-                  listDataModel->index(row + k - 1, listDataModel->columnCount() - 1));
-    updateListGroupsWidget();
+    if (addTemplateRows(ui->tvList, listDataModel, listTemplateData, true))
+        updateListGroupsWidget();
 }
 
 namespace {
@@ -787,20 +914,10 @@ void DialogProgrammer::initDelayerWidgets()
     Helper const& helper = Helper::getInstance();
     blockChildrenSignals(ui->tabDelayer, true);
 
-    ui->spinDelayerStartNum->setRange(0, helper.maxGroups);
-    ui->btnDelayerSave->setEnabled(helper.canSave);
-    ui->btnDelayerLoad->setEnabled(helper.canLoad);
-    ui->btnDelayerUpload->setEnabled(helper.canUpload);
-
     for (QDoubleSpinBox* spin :
          {ui->sbDelayerTempOnTime, ui->sbDelayerTempOffTime, ui->sbDelayerTempIncBaseValue,
           ui->sbDelayerTempIncStep, ui->sbDelayerTempDecBaseValue, ui->sbDelayerTempDecStep})
         spin->setDecimals(helper.timeDecimals);
-
-    ui->cbbDelayerCH->clear();
-    for (Channel const& channel : helper.channels)
-        ui->cbbDelayerCH->addItem(channel.name);
-    ui->cbbDelayerCH->setCurrentIndex(0);
 
     QCustomPlot* plot = ui->plotDelayer;
     setupPlotBase(plot);
@@ -813,18 +930,11 @@ void DialogProgrammer::initDelayerWidgets()
     delayerCurve->setPen(QPen(kVoltageColor));
 
     delayerTemplateModel = new DelayerTemplateModel(delayerTemplateData, this);
-    ui->tvDelayerTemplate->setModel(delayerTemplateModel);
-    ui->tvDelayerTemplate->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
-    ui->tvDelayerTemplate->setSelectionBehavior(QAbstractItemView::SelectItems);
-
+    setupTable(ui->tvDelayerTemplate, delayerTemplateModel);
     delayerDataModel = new DelayerModel(delayerData, this);
     connect(delayerDataModel, &QAbstractItemModel::dataChanged, this,
             &DialogProgrammer::updateDelayerGroupsWidget);
-    ui->tvDelayer->setItemDelegate(new ComboBoxDelegate(ui->tvDelayer));
-    ui->tvDelayer->setModel(delayerDataModel);
-    ui->tvDelayer->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
-    ui->tvDelayer->setSelectionBehavior(QAbstractItemView::SelectItems);
-    ui->tvDelayer->installEventFilter(this);
+    initDataSide(UploadDelayer, delayerDataModel, new ComboBoxDelegate(ui->tvDelayer));
 
     plot = ui->plotDelayerTemplate;
     setupPlotBase(plot);
@@ -836,29 +946,9 @@ void DialogProgrammer::initDelayerWidgets()
     plot->yAxis->setRange(0, 1);
     delayerTemplateCurve = new QCPCurve(plot->xAxis, plot->yAxis);
 
-    ui->btnDelayerTemplateAppend->setIcon(QIcon(QStringLiteral(":images/append3.png")));
-    ui->btnDelayerTemplateInsert->setIcon(QIcon(QStringLiteral(":images/insert32.png")));
-    ui->cbbDelayerEndState->clear();
-    ui->cbbDelayerEndState->addItem(tr("Output Off"), QStringLiteral("OFF"));
-    ui->cbbDelayerEndState->addItem(tr("Output On"), QStringLiteral("ON"));
-    ui->cbbDelayerEndState->addItem(tr("Last"), QStringLiteral("LAST"));
-    ui->cbbDelayerEndState->setCurrentIndex(0);
-    ui->sbDelayerCycles->setSpecialValueText(tr("Infinite"));
-    ui->sbDelayerGroups->setReadOnly(true);
-    ui->sbDelayerGroups->setButtonSymbols(QAbstractSpinBox::NoButtons);
     ui->cbbDelayerTempPattern->clear();
     ui->cbbDelayerTempPattern->addItem(tr("01 Pattern"), kPattern01);
     ui->cbbDelayerTempPattern->addItem(tr("10 Pattern"), kPattern10);
-    ui->toolbarDelayerData->hide();
-    ui->btnDelayerSave->setIcon(ui->actionSaveDelayer->icon());
-    ui->btnDelayerLoad->setIcon(ui->actionLoadDelayer->icon());
-    ui->btnDelayerUpload->setIcon(ui->actionDelayerUpload->icon());
-
-    connect(ui->btnDelayerSave, &QPushButton::clicked, this,
-            [this] { Q_EMIT delayerSaveToCSV(delayerData, getUploadParamFromUI(UploadDelayer)); });
-    connect(ui->btnDelayerLoad, &QPushButton::clicked, this,
-            &DialogProgrammer::on_actionLoadDelayer_triggered);
-    connect(ui->btnDelayerUpload, &QPushButton::clicked, this, [this] { uploaderStart(UploadDelayer); });
 
     blockChildrenSignals(ui->tabDelayer, false);
 }
@@ -916,12 +1006,8 @@ void DialogProgrammer::make_delayer_data(DelayerTemplateParam const& p)
 void DialogProgrammer::make_delayer_plot_data(QList<DelayerData> const& rows, QList<double>& x,
                                               QList<double>& y) const
 {
-    double const scale = ticksPerSecond();
-    QList<QList<double>> values;
-    values.reserve(rows.size());
-    for (DelayerData const& row : rows)
-        values.append({row.state ? 1.0 : 0.0, row.time * scale});
-    make_plot_values(values, x, y, Qt::AlignRight);
+    stepCurve(
+        rows, [](DelayerData const& row) { return row.state ? 1.0 : 0.0; }, x, y);
 }
 
 void DialogProgrammer::update_delayer_plot(DelayerTemplateParam const&, QList<double>& x, QList<double>& y)
@@ -946,11 +1032,7 @@ void DialogProgrammer::update_delayer_data_model(QList<DelayerData> const& rows)
 
 void DialogProgrammer::updateDelayerGroupsWidget()
 {
-    int const n = int(delayerData.size());
-    int const m = Helper::getInstance().maxGroups;
-    ui->sbDelayerGroups->setValue(n);
-    ui->sbDelayerGroups->setStyleSheet(n > m ? kRedBackground : QString());
-    ui->spinDelayerStartNum->setRange(0, m - std::min(n, m));
+    showRowCount(ui->sbDelayerGroups, ui->spinDelayerStartNum, int(delayerData.size()));
 
     QList<double> x;
     QList<double> y;
@@ -966,34 +1048,30 @@ void DialogProgrammer::updateDelayerGroupsWidget()
 
 void DialogProgrammer::on_cbbDelayerTempType_currentIndexChanged(int index)
 {
-    if (index < 0 || index >= delayerTemplateParams.size())
-        return;
-    DelayerTemplateParam& p = delayerTemplateParams[index];
-    p.type = index;
-    update_ui_from_delayer_tempparam(p);
-    make_delayer_data(p);
+    if (DelayerTemplateParam* p = recordAt(delayerTemplateParams, index)) {
+        p->type = index;
+        update_ui_from_delayer_tempparam(*p);
+        make_delayer_data(*p);
+    }
 }
 
 void DialogProgrammer::on_cbbDelayerTempPattern_currentIndexChanged(int)
 {
     int const type = ui->cbbDelayerTempType->currentIndex();
-    if (type < 0 || type >= delayerTemplateParams.size())
-        return;
-    DelayerTemplateParam& p = delayerTemplateParams[type];
-    p.pattern = ui->cbbDelayerTempPattern->currentData().toInt();
-    p.type = type;
-    update_ui_from_delayer_tempparam(p);
-    make_delayer_data(p);
+    if (DelayerTemplateParam* p = recordAt(delayerTemplateParams, type)) {
+        p->pattern = ui->cbbDelayerTempPattern->currentData().toInt();
+        p->type = type;
+        update_ui_from_delayer_tempparam(*p);
+        make_delayer_data(*p);
+    }
 }
 
 void DialogProgrammer::delaySpinBoxEditingFinished()
 {
-    int const type = ui->cbbDelayerTempType->currentIndex();
-    if (type < 0 || type >= delayerTemplateParams.size())
-        return;
-    DelayerTemplateParam& p = delayerTemplateParams[type];
-    update_delayer_tempparam_from_ui(&p);
-    make_delayer_data(p);
+    if (DelayerTemplateParam* p = recordAt(delayerTemplateParams, ui->cbbDelayerTempType->currentIndex())) {
+        update_delayer_tempparam_from_ui(p);
+        make_delayer_data(*p);
+    }
 }
 
 void DialogProgrammer::on_cbbDelayerStopRuleMode_currentIndexChanged(int index)
@@ -1036,31 +1114,14 @@ QString DialogProgrammer::getStopRule(QString const& mode, QString const& symbol
 
 void DialogProgrammer::on_btnDelayerTemplateAppend_clicked()
 {
-    if (delayerTemplateData.isEmpty())
-        return;
-    delayerDataModel->appendRows(delayerTemplateData);
-    int const rows = delayerDataModel->rowCount();
-    int const k = int(delayerTemplateData.size());
-    selectTvItems(ui->tvDelayer, delayerDataModel->index(rows - k, 0),
-                  delayerDataModel->index(rows - 1, delayerDataModel->columnCount() - 1));
-    updateDelayerGroupsWidget();
+    if (addTemplateRows(ui->tvDelayer, delayerDataModel, delayerTemplateData, false))
+        updateDelayerGroupsWidget();
 }
 
 void DialogProgrammer::on_btnDelayerTemplateInsert_clicked()
 {
-    if (delayerTemplateData.isEmpty())
-        return;
-    QModelIndex const current = ui->tvDelayer->currentIndex();
-    if (!current.isValid() || !current.model()) {
-        on_btnDelayerTemplateAppend_clicked();
-        return;
-    }
-    int const row = current.row();
-    int const k = int(delayerTemplateData.size());
-    delayerDataModel->insertRows(row, delayerTemplateData);
-    selectTvItems(ui->tvDelayer, delayerDataModel->index(row, 0),
-                  delayerDataModel->index(row + k - 1, delayerDataModel->columnCount() - 1));
-    updateDelayerGroupsWidget();
+    if (addTemplateRows(ui->tvDelayer, delayerDataModel, delayerTemplateData, true))
+        updateDelayerGroupsWidget();
 }
 
 void DialogProgrammer::delayerCreateContextMenu()
@@ -1092,15 +1153,9 @@ void DialogProgrammer::on_actionloadList_triggered()
     UploadParam param = getUploadParamFromUI(UploadList);
     QList<ListData> rows;
     Q_EMIT listLoadFromCSV(rows, param);
-    // A cancelled or refused file empties the table and keeps cycles and end state on show.
-    ui->sbListCycles->setValue(param.cycles);
-    ui->cbbListEndState->setCurrentIndex(ui->cbbListEndState->findData(param.endState));
     listData = rows;
     listDataModel->setSourceData(listData);
-    selectTvItems(ui->tvList, listDataModel->index(0, 0),
-                  listDataModel->index(listDataModel->rowCount() - 1, listDataModel->columnCount() - 1));
-    ui->tvList->setFocus();
-    updateListGroupsWidget();
+    showLoadedRows(UploadList, param);
 }
 
 void DialogProgrammer::on_actionLoadDelayer_triggered()
@@ -1108,30 +1163,18 @@ void DialogProgrammer::on_actionLoadDelayer_triggered()
     UploadParam param = getUploadParamFromUI(UploadDelayer);
     QList<DelayerData> rows;
     Q_EMIT delayerLoadFromCSV(rows, param);
-    ui->sbDelayerCycles->setValue(param.cycles);
-    ui->cbbDelayerEndState->setCurrentIndex(ui->cbbDelayerEndState->findData(param.endState));
     delayerData = rows;
     delayerDataModel->setSourceData(delayerData);
-    selectTvItems(
-        ui->tvDelayer, delayerDataModel->index(0, 0),
-        delayerDataModel->index(delayerDataModel->rowCount() - 1, delayerDataModel->columnCount() - 1));
-    ui->tvDelayer->setFocus();
-    updateDelayerGroupsWidget();
+    showLoadedRows(UploadDelayer, param);
 }
 
 bool DialogProgrammer::listSaveData(QString const& file, QList<ListData> const& datas)
 {
     Helper const& helper = Helper::getInstance();
-    int const cycles = ui->sbListCycles->value();
-    QList<QString> lines;
-    lines
-        << QStringLiteral("LIST,%1").arg(QStringLiteral("10"))
-        << QStringLiteral("Cycles,%1").arg(cycles == 0 ? QStringLiteral("Infinite") : QString::number(cycles))
-        << QStringLiteral("End Status,%1").arg(kListEndStates.value(ui->cbbListEndState->currentIndex()))
-        << QStringLiteral("Groups,%1").arg(datas.size())
-        << QStringLiteral("%1,%2,%3,%4")
-               .arg(QStringLiteral("No."), QStringLiteral("Voltage(V)"), QStringLiteral("Current(A)"),
-                    QStringLiteral("Time(s)"));
+    QList<QString> lines
+        = dialogFileHead(QLatin1String("LIST"), ui->sbListCycles->value(),
+                         kListEndStates.value(ui->cbbListEndState->currentIndex()), datas.size());
+    lines << QStringLiteral("No.,Voltage(V),Current(A),Time(s)");
     for (int i = 0; i < datas.size(); ++i) {
         ListData const& row = datas.at(i);
         lines << QStringLiteral("%1,%2,%3,%4")
@@ -1146,49 +1189,28 @@ bool DialogProgrammer::listSaveData(QString const& file, QList<ListData> const& 
 QList<ListData> DialogProgrammer::listLoadData(QString const& file)
 {
     QList<QString> const lines = Character::csvLoad(file);
-    // A file shorter than its header is refused like a wrong one.
-    if (lines.size() < 4)
-        return {};
-    QStringList const head = headerLine(lines, 0, QLatin1String("LIST"));
-    if (head.isEmpty() || head.at(1) != QLatin1String("10"))
-        return {};
-    QStringList const cyclesLine = headerLine(lines, 1, QLatin1String("Cycles"));
     int cycles = 0;
-    if (cyclesLine.isEmpty() || !readCycles(cyclesLine.at(1), cycles))
-        return {};
-    QStringList const endLine = headerLine(lines, 2, QLatin1String("End Status"));
+    QString endState;
     // "Output On", which the writer uses, is not taken back: the instrument's software reads
     // only these two.
-    if (endLine.isEmpty() || (endLine.at(1) != kListEndStates.at(0) && endLine.at(1) != kListEndStates.at(2)))
+    if (!readDialogFileHead(lines, QLatin1String("LIST"), {kListEndStates.at(0), kListEndStates.at(2)},
+                            cycles, endState))
         return {};
-    if (!groupsLineFits(lines))
-        return {};
-
-    QList<ListData> rows;
-    int const count = std::min(int(lines.size()) - 5, Helper::getInstance().maxGroups);
-    for (int i = 0; i < count; ++i) {
-        QStringList const parts = lines.at(5 + i).split(QLatin1Char(','), Qt::KeepEmptyParts);
-        if (parts.size() > 3)
-            rows.append(ListData(parts.at(1).toDouble(), parts.at(2).toDouble(), parts.at(3).toDouble()));
-    }
+    QList<ListData> const rows = readFileRows<ListData>(lines, 5, 3, [](QStringList const& parts) {
+        return ListData(parts.at(1).toDouble(), parts.at(2).toDouble(), parts.at(3).toDouble());
+    });
     ui->sbListCycles->setValue(cycles);
-    ui->cbbListEndState->setCurrentText(endLine.at(1));
+    ui->cbbListEndState->setCurrentText(endState);
     return rows;
 }
 
 bool DialogProgrammer::delayerSaveData(QString const& file, QList<DelayerData> const& datas)
 {
     Helper const& helper = Helper::getInstance();
-    int const cycles = ui->sbDelayerCycles->value();
-    QList<QString> lines;
-    lines
-        << QStringLiteral("DELAYER,%1").arg(QStringLiteral("10"))
-        << QStringLiteral("Cycles,%1").arg(cycles == 0 ? QStringLiteral("Infinite") : QString::number(cycles))
-        << QStringLiteral("End Status,%1")
-               .arg(kDelayerEndStates.value(ui->cbbDelayerEndState->currentIndex()))
-        << QStringLiteral("Groups,%1").arg(datas.size())
-        << QStringLiteral("%1,%2,%3")
-               .arg(QStringLiteral("No."), QStringLiteral("State"), QStringLiteral("Time(s)"));
+    QList<QString> lines
+        = dialogFileHead(QLatin1String("DELAYER"), ui->sbDelayerCycles->value(),
+                         kDelayerEndStates.value(ui->cbbDelayerEndState->currentIndex()), datas.size());
+    lines << QStringLiteral("No.,State,Time(s)");
     for (int i = 0; i < datas.size(); ++i) {
         DelayerData const& row = datas.at(i);
         lines << QStringLiteral("%1,%2,%3")
@@ -1202,30 +1224,15 @@ bool DialogProgrammer::delayerSaveData(QString const& file, QList<DelayerData> c
 QList<DelayerData> DialogProgrammer::delayerLoadData(QString const& file)
 {
     QList<QString> const lines = Character::csvLoad(file);
-    if (lines.size() < 4)
-        return {};
-    QStringList const head = headerLine(lines, 0, QLatin1String("DELAYER"));
-    if (head.isEmpty() || head.at(1) != QLatin1String("10"))
-        return {};
-    QStringList const cyclesLine = headerLine(lines, 1, QLatin1String("Cycles"));
     int cycles = 0;
-    if (cyclesLine.isEmpty() || !readCycles(cyclesLine.at(1), cycles))
+    QString endState;
+    if (!readDialogFileHead(lines, QLatin1String("DELAYER"), kDelayerEndStates, cycles, endState))
         return {};
-    QStringList const endLine = headerLine(lines, 2, QLatin1String("End Status"));
-    if (endLine.isEmpty() || !kDelayerEndStates.contains(endLine.at(1)))
-        return {};
-    if (!groupsLineFits(lines))
-        return {};
-
-    QList<DelayerData> rows;
-    int const count = std::min(int(lines.size()) - 5, Helper::getInstance().maxGroups);
-    for (int i = 0; i < count; ++i) {
-        QStringList const parts = lines.at(5 + i).split(QLatin1Char(','), Qt::KeepEmptyParts);
-        if (parts.size() > 2)
-            rows.append(DelayerData(parts.at(1) == QLatin1String("On"), parts.at(2).toDouble()));
-    }
+    QList<DelayerData> const rows = readFileRows<DelayerData>(lines, 5, 2, [](QStringList const& parts) {
+        return DelayerData(parts.at(1) == QLatin1String("On"), parts.at(2).toDouble());
+    });
     ui->sbDelayerCycles->setValue(cycles);
-    ui->cbbDelayerEndState->setCurrentText(endLine.at(1));
+    ui->cbbDelayerEndState->setCurrentText(endState);
     return rows;
 }
 
@@ -1233,20 +1240,16 @@ QList<DelayerData> DialogProgrammer::delayerLoadData(QString const& file)
 
 UploadParam DialogProgrammer::getUploadParamFromUI(UploadMode mode) const
 {
+    DataSide const side = dataSide(ui, mode);
     UploadParam param;
     param.mode = mode;
+    param.channel = side.channel->currentIndex() + 1;
+    param.start = side.start->value();
     param.groups = Helper::getInstance().maxGroups;
-    if (mode == UploadList) {
-        param.channel = ui->cbbListCH->currentIndex() + 1;
-        param.start = ui->spinListStartNum->value();
-        param.cycles = ui->sbListCycles->value();
-        param.endState = ui->cbbListEndState->currentData().toString();
+    param.cycles = side.cycles->value();
+    param.endState = side.endState->currentData().toString();
+    if (mode == UploadList)
         return param;
-    }
-    param.channel = ui->cbbDelayerCH->currentIndex() + 1;
-    param.start = ui->spinDelayerStartNum->value();
-    param.cycles = ui->sbDelayerCycles->value();
-    param.endState = ui->cbbDelayerEndState->currentData().toString();
     if (ui->cbbDelayerStopRuleMode->currentIndex() == 0)
         param.stopRule = QStringLiteral("None");
     else
@@ -1296,28 +1299,26 @@ void DialogProgrammer::setupUploader(UploadMode mode)
         progressBar->setRange(0, count);
         progressBar->setValue(0);
         progressBar->show();
-        m_uploadShown.start();
+        m_rowInTransit = -1;
+        m_rowShown = -1;
+        m_progressTimer->start();
         UploadParam param = getUploadParamFromUI(mode);
         param.groups = count;
         Q_EMIT uploaderStarted(param);
     });
-    connect(up, &ProgrammerUploader::nextData, this, [this, mode](int index, ProgrammerData const& data) {
-        // A repaint of the dialog costs more than a row's own exchange with the instrument, so
-        // the bar and the row in transit follow the upload at most 25 times a second, and
-        // always show its first and last rows.
-        if (index == 0 || index + 1 == progressBar->maximum() || m_uploadShown.hasExpired(40)) {
-            m_uploadShown.restart();
-            progressBar->setValue(index + 1);
-            QTableView* view = mode == UploadList ? ui->tvList : ui->tvDelayer;
-            view->clearSelection();
-            view->selectionModel()->setCurrentIndex(view->model()->index(index, 0),
-                                                    QItemSelectionModel::Select | QItemSelectionModel::Rows);
-        }
+    connect(up, &ProgrammerUploader::nextData, this, [this](int index, ProgrammerData const& data) {
+        // Only the first and the last row are drawn here, so that the bar is full before
+        // finished(); the rows between follow on the progress timer, which mostly fires while
+        // the instrument works on its answer rather than between an answer and the next row.
+        m_rowInTransit = index;
+        if (index == 0 || index + 1 == progressBar->maximum())
+            showRowInTransit();
         Q_EMIT uploaderNextData(index, data);
     });
     connect(up, &ProgrammerUploader::error, this, &DialogProgrammer::uploaderError);
     connect(up, &ProgrammerUploader::finished, this, &DialogProgrammer::uploaderFinished);
     connect(up, &ProgrammerUploader::stoped, this, [this, up] {
+        m_progressTimer->stop();
         setEnabled(true);
         progressBar->hide();
         Q_EMIT uploaderStoped();
@@ -1325,6 +1326,18 @@ void DialogProgrammer::setupUploader(UploadMode mode)
         if (uploader == up)
             uploader = nullptr;
     });
+}
+
+void DialogProgrammer::showRowInTransit()
+{
+    if (m_rowInTransit < 0 || m_rowInTransit == m_rowShown)
+        return;
+    m_rowShown = m_rowInTransit;
+    progressBar->setValue(m_rowInTransit + 1);
+    QTableView* view = dataSide(ui, m_uploadMode).view;
+    view->clearSelection();
+    view->selectionModel()->setCurrentIndex(view->model()->index(m_rowInTransit, 0),
+                                            QItemSelectionModel::Select | QItemSelectionModel::Rows);
 }
 
 void DialogProgrammer::uploaderStop()

@@ -9,16 +9,18 @@
 #include "specific/uploadparam.h"
 
 #include <QDialog>
-#include <QElapsedTimer>
 #include <QList>
 #include <QModelIndex>
 
+class QAbstractItemDelegate;
+class QAbstractItemModel;
 class QCPCurve;
 class QCPItemText;
 class QCustomPlot;
 class QProgressBar;
 class QStatusBar;
 class QTableView;
+class QTimer;
 class Ui_DialogProgrammer;
 
 namespace zelt::specific::pxn3000s::programmer {
@@ -101,12 +103,20 @@ private:
     void initObject();
     void initListWidgets();
     void initDelayerWidgets();
+    // What the two tabs' data sides share: the table, the upload's widgets, files and icons.
+    void initDataSide(UploadMode mode, QAbstractItemModel* model, QAbstractItemDelegate* delegate);
 
     // Every descendant of parent whose class is className or inherits it; all of them for
     // an empty name.
     static void enumChildren(QObject* parent, QString const& className, QList<QObject*>& out);
     static QList<QObject*> blockChildrenSignals(QObject* parent, bool block);
     static void selectTvItems(QTableView* view, QModelIndex const& first, QModelIndex const& last);
+    // Copies a template's rows into a data table, before its current row (insert) or at its
+    // end, and selects them. False, and nothing changes, for a template without rows.
+    template<typename Model, typename Row>
+    static bool addTemplateRows(QTableView* view, Model* model, QList<Row> const& rows, bool insert);
+    // Shows the cycles and end state of a loaded file and selects the rows loaded.
+    void showLoadedRows(UploadMode mode, UploadParam const& param);
 
     bool saveListTemplateParamsToSettings() const;
     bool loadListTemplateParamsFromSettings();
@@ -138,6 +148,8 @@ private:
 
     void setupUploader(UploadMode mode);
     void uploaderStart(UploadMode mode);
+    // Moves the bar and the highlighted row to the row in transit.
+    void showRowInTransit();
 
     // Says in the status bar when the library's row cap cut a template short.
     void reportCappedTemplate(qint64 fullLength);
@@ -145,7 +157,9 @@ private:
     Ui_DialogProgrammer* ui = nullptr;
     QStatusBar* statusBar = nullptr;
     QProgressBar* progressBar = nullptr;
-    QElapsedTimer m_uploadShown; // since the bar and the row in transit were last redrawn
+    QTimer* m_progressTimer = nullptr; // redraws the bar and the row in transit during an upload
+    int m_rowInTransit = -1;
+    int m_rowShown = -1;
     zelt::specific::pxn3000s::programmer::ProgrammerUploader* uploader = nullptr;
     UploadMode m_uploadMode = UploadList;
 
