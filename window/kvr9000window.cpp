@@ -1079,6 +1079,46 @@ bool csvCycles(QString const& text, int& cycles)
     return true;
 }
 
+// Reads a window-format file: the header lines "start", "count", "cycles", "lastState", then
+// those of its own keys, a line of column heads that is not read, and the rows, as many as
+// the instrument holds; a row line needs more than `fields` parts. The number on the
+// lastState line indexes endStates. A refused file gives no rows and leaves param as it was.
+template<typename Row, typename Read>
+QList<Row> csvLoadRows(QString const& file, int maxGroups, QStringList const& endStates,
+                       QList<QLatin1String> const& keys, int fields, Read read, UploadParam& param)
+{
+    QList<QString> const lines = zelt::util::character::Character::csvLoad(file);
+    int const head = 4 + int(keys.size());
+    // A file shorter than its header is refused like a wrong one.
+    if (lines.size() < head || csvHeader(lines, 0, QLatin1String("start")).isEmpty()
+        || csvHeader(lines, 1, QLatin1String("count")).isEmpty())
+        return {};
+    QStringList const cyclesLine = csvHeader(lines, 2, QLatin1String("cycles"));
+    int cycles = 0;
+    if (cyclesLine.isEmpty() || !csvCycles(cyclesLine.at(1), cycles))
+        return {};
+    QStringList const stateLine = csvHeader(lines, 3, QLatin1String("lastState"));
+    static QStringList const kStateTexts = {QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("2")};
+    qsizetype const state = stateLine.isEmpty() ? -1 : kStateTexts.indexOf(stateLine.at(1));
+    if (state < 0 || state >= endStates.size())
+        return {};
+    for (int i = 0; i < keys.size(); ++i) {
+        if (csvHeader(lines, 4 + i, keys.at(i)).isEmpty())
+            return {};
+    }
+
+    QList<Row> rows;
+    int const count = std::min(int(lines.size()) - head - 1, maxGroups);
+    for (int i = 0; i < count; ++i) {
+        QStringList const parts = lines.at(head + 1 + i).split(QLatin1Char(','), Qt::KeepEmptyParts);
+        if (parts.size() > fields)
+            rows.append(read(parts));
+    }
+    param.cycles = cycles;
+    param.endState = endStates.at(state);
+    return rows;
+}
+
 } // namespace
 
 bool KVR9000Window::saveListDataToCsv(QString const& file,
@@ -1108,36 +1148,12 @@ QList<zelt::specific::pxn3000s::programmer::ListData> KVR9000Window::loadlistDat
     QString const& file, zelt::specific::pxn3000s::programmer::Option const& option, UploadParam& param)
 {
     using zelt::specific::pxn3000s::programmer::ListData;
-    QList<QString> const lines = zelt::util::character::Character::csvLoad(file);
-    // A file shorter than its header is refused like a wrong one.
-    if (lines.size() < 4 || csvHeader(lines, 0, QLatin1String("start")).isEmpty()
-        || csvHeader(lines, 1, QLatin1String("count")).isEmpty())
-        return {};
-    QStringList const cyclesLine = csvHeader(lines, 2, QLatin1String("cycles"));
-    int cycles = 0;
-    if (cyclesLine.isEmpty() || !csvCycles(cyclesLine.at(1), cycles))
-        return {};
-    QStringList const stateLine = csvHeader(lines, 3, QLatin1String("lastState"));
-    if (stateLine.isEmpty())
-        return {};
-    QString endState;
-    if (stateLine.at(1) == QLatin1String("0"))
-        endState = QStringLiteral("OFF");
-    else if (stateLine.at(1) == QLatin1String("1"))
-        endState = QStringLiteral("ON");
-    else
-        return {};
-
-    QList<ListData> rows;
-    int const count = std::min(int(lines.size()) - 5, int(option.maxGroups));
-    for (int i = 0; i < count; ++i) {
-        QStringList const parts = lines.at(5 + i).split(QLatin1Char(','), Qt::KeepEmptyParts);
-        if (parts.size() > 3)
-            rows.append(ListData(parts.at(1).toDouble(), parts.at(2).toDouble(), parts.at(3).toDouble()));
-    }
-    param.cycles = cycles;
-    param.endState = endState;
-    return rows;
+    return csvLoadRows<ListData>(
+        file, option.maxGroups, {QStringLiteral("OFF"), QStringLiteral("ON")}, {}, 3,
+        [](QStringList const& parts) {
+            return ListData(parts.at(1).toDouble(), parts.at(2).toDouble(), parts.at(3).toDouble());
+        },
+        param);
 }
 
 bool KVR9000Window::saveDelayerData(QString const& file,
@@ -1171,38 +1187,14 @@ QList<zelt::specific::pxn3000s::programmer::DelayerData> KVR9000Window::loadDela
     QString const& file, zelt::specific::pxn3000s::programmer::Option const& option, UploadParam& param)
 {
     using zelt::specific::pxn3000s::programmer::DelayerData;
-    using zelt::util::character::Character;
-    QList<QString> const lines = Character::csvLoad(file);
-    if (lines.size() < 6 || csvHeader(lines, 0, QLatin1String("start")).isEmpty()
-        || csvHeader(lines, 1, QLatin1String("count")).isEmpty())
-        return {};
-    QStringList const cyclesLine = csvHeader(lines, 2, QLatin1String("cycles"));
-    int cycles = 0;
-    if (cyclesLine.isEmpty() || !csvCycles(cyclesLine.at(1), cycles))
-        return {};
-    QStringList const stateLine = csvHeader(lines, 3, QLatin1String("lastState"));
-    if (stateLine.isEmpty())
-        return {};
-    static QStringList const kEndStates
-        = {QStringLiteral("OFF"), QStringLiteral("ON"), QStringLiteral("LAST")};
-    static QStringList const kStateTexts = {QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("2")};
-    qsizetype const state = kStateTexts.indexOf(stateLine.at(1));
-    if (state < 0)
-        return {};
-    if (csvHeader(lines, 4, QLatin1String("stopCondi")).isEmpty()
-        || csvHeader(lines, 5, QLatin1String("stopValue")).isEmpty())
-        return {};
-
-    QList<DelayerData> rows;
-    int const count = std::min(int(lines.size()) - 7, int(option.maxGroups));
-    for (int i = 0; i < count; ++i) {
-        QStringList const parts = lines.at(7 + i).split(QLatin1Char(','), Qt::KeepEmptyParts);
-        if (parts.size() > 2)
-            rows.append(DelayerData(Character::strToBool(parts.at(1)), parts.at(2).toDouble()));
-    }
-    param.cycles = cycles;
-    param.endState = kEndStates.at(state);
-    return rows;
+    return csvLoadRows<DelayerData>(
+        file, option.maxGroups, {QStringLiteral("OFF"), QStringLiteral("ON"), QStringLiteral("LAST")},
+        {QLatin1String("stopCondi"), QLatin1String("stopValue")}, 2,
+        [](QStringList const& parts) {
+            return DelayerData(zelt::util::character::Character::strToBool(parts.at(1)),
+                               parts.at(2).toDouble());
+        },
+        param);
 }
 
 void KVR9000Window::on_cbbSRMode_currentIndexChanged(int)
