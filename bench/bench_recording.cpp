@@ -11,6 +11,7 @@
 #include "recording/datamodel.h"
 #include "simulator/kvrinstrument.h"
 #include "simulator/simserver.h"
+#include "tests/common/eventwait.h"
 #include "util/character.h"
 #include "widget/equipmentinfo.h"
 
@@ -18,7 +19,6 @@
 #include <QAction>
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QSettings>
 #include <QSplitter>
@@ -34,22 +34,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
-#include <functional>
 
 namespace {
 
 // Samples timed at each record length, in blocks.
 constexpr int kBlocks = 5;
 constexpr int kBlockSamples = 100;
-
-bool waitUntil(std::function<bool()> const& done, int timeoutMs = 10000)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!done() && clock.elapsed() < timeoutMs)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return done();
-}
 
 qint64 threadCpuNanoseconds()
 {

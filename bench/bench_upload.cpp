@@ -7,6 +7,7 @@
 #include "plugin/kvr9000.h"
 #include "programmer/dialogprogrammer.h"
 #include "simulator/simserver.h"
+#include "tests/common/eventwait.h"
 #include "window/kvr9000window.h"
 
 #include "widget/equipmentinfo.h"
@@ -23,29 +24,11 @@
 #include <QTimer>
 
 #include <cstdio>
-#include <functional>
 
 namespace {
 
 QString const kModel = QStringLiteral("KVR9040-40");
 constexpr int kRows = 128;
-
-bool runUntil(std::function<bool()> const& done, int timeoutMs)
-{
-    if (done())
-        return true;
-    QEventLoop loop;
-    QTimer poll;
-    poll.setInterval(1);
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (done())
-            loop.quit();
-    });
-    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
-    poll.start();
-    loop.exec();
-    return done();
-}
 
 struct Figures
 {
@@ -84,6 +67,8 @@ bool upload(kvrsim::SimServer& server, DialogProgrammer* dialog, bool delayer, F
     });
     // The user watches the tab that uploads: its table follows the row in transit.
     dialog->findChild<QTabWidget*>(QStringLiteral("tabWidget"))->setCurrentIndex(delayer ? 1 : 0);
+    // The switch is drawn before the user clicks, not inside the upload.
+    QCoreApplication::processEvents();
     auto* bar = dialog->findChild<QProgressBar*>();
     auto* button = dialog->findChild<QPushButton*>(delayer ? "btnDelayerUpload" : "btnListUpload");
     // Waits on the dialog's own end of the run: a polling loop would take the processor from
@@ -129,7 +114,7 @@ bool measure(int latencyMs, Figures& list, Figures& delayer)
         return false;
     window->show();
     auto* programmer = window->findChild<QAction*>(QStringLiteral("actionProgrammer"));
-    if (!runUntil([&] { return programmer->isEnabled(); }, 10000))
+    if (!waitUntil([&] { return programmer->isEnabled(); }, 10000))
         return false;
     programmer->trigger();
     auto* dialog = window->findChild<DialogProgrammer*>();
@@ -140,7 +125,7 @@ bool measure(int latencyMs, Figures& list, Figures& delayer)
 
     bool const ok = upload(server, dialog, false, list) && upload(server, dialog, true, delayer);
     window->close();
-    runUntil([&] { return window.isNull(); }, 10000);
+    waitUntil([&] { return window.isNull(); }, 10000);
     return ok;
 }
 
