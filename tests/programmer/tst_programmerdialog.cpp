@@ -1,5 +1,5 @@
 // The programmer dialog on its own: its files in both formats with their refusals, the
-// template parameters kept per instrument, and a look at both tabs.
+// template parameters kept per instrument, and the data tables of both tabs.
 
 #include "programmer/dialogprogrammer.h"
 #include "window/kvr9000window.h"
@@ -54,74 +54,93 @@ private Q_SLOTS:
     }
     void init() { QSettings().clear(); }
 
-    void windowFormatLoad_data();
-    void windowFormatLoad();
+    void load_data();
+    void load();
     void roundTrip_data();
     void roundTrip();
-    void dialogFormatLoad_data();
-    void dialogFormatLoad();
     void storedTemplates_data();
     void storedTemplates();
     void contextMenu_data();
     void contextMenu();
-    void lookAtBothTabs();
+    void templateRows_data();
+    void templateRows();
 
 private:
     QTemporaryDir m_dir;
 };
 
-void TestProgrammerDialog::windowFormatLoad_data()
+namespace {
+enum Reader { WindowList, WindowDelayer, DialogList, DialogDelayer };
+}
+
+void TestProgrammerDialog::load_data()
 {
-    QTest::addColumn<bool>("delayer"); // which reader
+    QTest::addColumn<int>("reader");
     QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("rows"); // -1: refused, param untouched
+    QTest::addColumn<int>("rows"); // -1: refused, nothing taken over
     QTest::addColumn<int>("cycles");
-    QTest::addColumn<QString>("endState");
+    QTest::addColumn<QString>("endState"); // of the window's readers
 
     QString const twoRows = QStringLiteral("0,1.5,0.2,1.0\n7,2,0.3,0.5\n");
-    QTest::newRow("cycles 99999") << false << kListHead.arg("99999", "1") + twoRows << 2 << 99999 << "ON";
-    QTest::newRow("cycles 100000") << false << kListHead.arg("100000", "1") + twoRows << -1 << 0 << "";
-    QTest::newRow("cycles negative") << false << kListHead.arg("-1", "0") + twoRows << -1 << 0 << "";
-    QTest::newRow("cycles letters") << false << kListHead.arg("abc", "0") + twoRows << 2 << 0 << "OFF";
-    QTest::newRow("cycles beyond 32 bits")
-        << false << kListHead.arg("4294967296", "0") + twoRows << 2 << 0 << "OFF";
-    QTest::newRow("list lastState 2") << false << kListHead.arg("3", "2") + twoRows << -1 << 0 << "";
-    QTest::newRow("wrong key") << false << QString(kListHead).replace("count", "Count").arg("3", "0") << -1
-                               << 0 << "";
+    QTest::newRow("cycles 99999") << +WindowList << kListHead.arg("99999", "1") + twoRows << 2 << 99999
+                                  << "ON";
+    QTest::newRow("cycles 100000") << +WindowList << kListHead.arg("100000", "1") + twoRows << -1 << 0 << "";
+    QTest::newRow("cycles letters") << +WindowList << kListHead.arg("abc", "0") + twoRows << 2 << 0 << "OFF";
+    QTest::newRow("list lastState 2") << +WindowList << kListHead.arg("3", "2") + twoRows << -1 << 0 << "";
     QTest::newRow("short rows skipped, bad numbers 0")
-        << false << kListHead.arg("3", "0") + "0,1,2\n1,x,2,3\n"
+        << +WindowList << kListHead.arg("3", "0") + "0,1,2\n1,x,2,3\n"
         << 1 << 3 << "OFF";
-    QTest::newRow("list header only, short")
-        << false << QStringLiteral("start,0\ncount,0\ncycles,1\n") << -1 << 0 << "";
+    QTest::newRow("list header only, short") << +WindowList << "start,0\ncount,0\ncycles,1\n"
+                                             << -1 << 0 << "";
     QTest::newRow("delayer file as list: no rows, settings taken")
-        << false << kDelayerHead.arg("4", "1") + "0,1,0.5\n"
+        << +WindowList << kDelayerHead.arg("4", "1") + "0,1,0.5\n"
         << 0 << 4 << "ON";
-    QTest::newRow("list file as delayer") << true << kListHead.arg("3", "1") + twoRows << -1 << 0 << "";
-    QTest::newRow("delayer LAST") << true << kDelayerHead.arg("2", "2") + "0,1,0.5\n1,0,1.5\n"
+    QTest::newRow("list file as delayer")
+        << +WindowDelayer << kListHead.arg("3", "1") + twoRows << -1 << 0 << "";
+    QTest::newRow("delayer LAST") << +WindowDelayer << kDelayerHead.arg("2", "2") + "0,1,0.5\n1,0,1.5\n"
                                   << 2 << 2 << "LAST";
-    QTest::newRow("delayer short") << true << kDelayerHead.section('\n', 0, 4).arg("2", "0") << -1 << 0 << "";
+    QTest::newRow("delayer short") << +WindowDelayer << kDelayerHead.section('\n', 0, 4).arg("2", "0") << -1
+                                   << 0 << "";
     QString many = kListHead.arg("1", "0");
     for (int i = 0; i < 130; ++i)
         many += QStringLiteral("%1,1,1,1\n").arg(i);
-    QTest::newRow("more rows than the instrument holds") << false << many << 128 << 1 << "OFF";
+    QTest::newRow("more rows than the instrument holds") << +WindowList << many << 128 << 1 << "OFF";
+
+    QString const list = QStringLiteral("LIST,10\nCycles,%1\nEnd Status,%2\nGroups,%3\nNo.,V,A,T\n0,1,2,3\n");
+    QTest::newRow("dialog list Output On") << +DialogList << list.arg("5", "Output On", "1") << -1 << 0 << "";
+    QTest::newRow("dialog list as delayer")
+        << +DialogDelayer << list.arg("5", "Output Off", "1") << -1 << 0 << "";
 }
 
-void TestProgrammerDialog::windowFormatLoad()
+// Both file formats of either kind, read back with their refusals.
+void TestProgrammerDialog::load()
 {
-    QFETCH(bool, delayer);
+    QFETCH(int, reader);
     QFETCH(QString, text);
     QFETCH(int, rows);
     QFETCH(int, cycles);
     QFETCH(QString, endState);
     QString const path = writeFile(m_dir, text);
-    UploadParam param;
-    param.cycles = 77;
-    param.endState = QStringLiteral("untouched");
-    qsizetype const got = delayer ? KVR9000Window::loadDelayerDataFromCsv(path, makeOption(), param).size()
-                                  : KVR9000Window::loadlistDataFromCsv(path, makeOption(), param).size();
+    Option option = makeOption();
+    if (reader == WindowList || reader == WindowDelayer) {
+        UploadParam param;
+        param.cycles = 77;
+        param.endState = QStringLiteral("untouched");
+        qsizetype const got = reader == WindowDelayer
+            ? KVR9000Window::loadDelayerDataFromCsv(path, option, param).size()
+            : KVR9000Window::loadlistDataFromCsv(path, option, param).size();
+        QCOMPARE(got, qsizetype(std::max(rows, 0)));
+        QCOMPARE(param.cycles, rows < 0 ? 77 : cycles);
+        QCOMPARE(param.endState, rows < 0 ? QStringLiteral("untouched") : endState);
+        return;
+    }
+    DialogProgrammer dialog(option, nullptr);
+    auto* box = dialog.findChild<QSpinBox*>(reader == DialogDelayer ? "sbDelayerCycles" : "sbListCycles");
+    box->setValue(42);
+    qsizetype const got
+        = reader == DialogDelayer ? dialog.delayerLoadData(path).size() : dialog.listLoadData(path).size();
     QCOMPARE(got, qsizetype(std::max(rows, 0)));
-    QCOMPARE(param.cycles, rows < 0 ? 77 : cycles);
-    QCOMPARE(param.endState, rows < 0 ? QStringLiteral("untouched") : endState);
+    QCOMPARE(box->value(), rows < 0 ? 42 : cycles); // a refused file changes no widget
 }
 
 void TestProgrammerDialog::roundTrip_data()
@@ -170,45 +189,6 @@ void TestProgrammerDialog::roundTrip()
     QCOMPARE(KVR9000Window::loadDelayerDataFromCsv(delayerFile, option, back), stepsBack);
 }
 
-void TestProgrammerDialog::dialogFormatLoad_data()
-{
-    QTest::addColumn<bool>("delayer");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("rows"); // -1 refused
-    QString const list = QStringLiteral("LIST,10\nCycles,%1\nEnd Status,%2\nGroups,%3\nNo.,V,A,T\n0,1,2,3\n");
-    QString const delayer
-        = QStringLiteral("DELAYER,10\nCycles,%1\nEnd Status,%2\nGroups,%3\nNo.,S,T\n0,On,3\n");
-    QTest::newRow("list Output Off") << false << list.arg("Infinite", "Output Off", "1") << 1;
-    QTest::newRow("list Last") << false << list.arg("5", "Last", "1") << 1;
-    QTest::newRow("list Output On refused") << false << list.arg("5", "Output On", "1") << -1;
-    QTest::newRow("cycles 100000") << false << list.arg("100000", "Output Off", "1") << -1;
-    QTest::newRow("groups 0") << false << list.arg("5", "Output Off", "0") << -1;
-    QTest::newRow("groups 129") << false << list.arg("5", "Output Off", "129") << -1;
-    QTest::newRow("list version 11") << false << QString(list).replace("10", "11").arg("5", "Output Off", "1")
-                                     << -1;
-    QTest::newRow("list short") << false << QStringLiteral("LIST,10\nCycles,1\nEnd Status,Last\n") << -1;
-    QTest::newRow("delayer Output On") << true << delayer.arg("5", "Output On", "1") << 1;
-    QTest::newRow("list file as delayer") << true << list.arg("5", "Output Off", "1") << -1;
-}
-
-void TestProgrammerDialog::dialogFormatLoad()
-{
-    QFETCH(bool, delayer);
-    QFETCH(QString, text);
-    QFETCH(int, rows);
-    Option option = makeOption();
-    DialogProgrammer dialog(option, nullptr);
-    auto* cycles = dialog.findChild<QSpinBox*>(delayer ? "sbDelayerCycles" : "sbListCycles");
-    cycles->setValue(42);
-    QString const path = writeFile(m_dir, text);
-    qsizetype const got = delayer ? dialog.delayerLoadData(path).size() : dialog.listLoadData(path).size();
-    QCOMPARE(got, qsizetype(std::max(rows, 0)));
-    if (rows < 0)
-        QCOMPARE(cycles->value(), 42); // a refused file changes no widget
-    else
-        QVERIFY(cycles->value() != 42);
-}
-
 void TestProgrammerDialog::storedTemplates_data()
 {
     QTest::addColumn<int>("records");
@@ -220,10 +200,8 @@ void TestProgrammerDialog::storedTemplates_data()
     QList<ListTemplateParam> defaults;
     resetListTemplateParams(defaults);
     double const byDefault = defaults.at(0).period;
-    QTest::newRow("nothing stored") << 0 << 0 << 0.0 << "Sine" << byDefault << false;
     QTest::newRow("nine records give defaults") << 9 << 5 << 7.0 << "Sine" << byDefault << false;
     QTest::newRow("active type 5") << 8 << 5 << 7.0 << "Stair Up Down" << 0.0 << false;
-    QTest::newRow("sine kept") << 8 << 0 << 7.0 << "Sine" << 7.0 << false;
     QTest::newRow("sine past the row cap") << 8 << 0 << 3600.0 << "Sine" << 3600.0 << true;
 }
 
@@ -276,10 +254,8 @@ void TestProgrammerDialog::contextMenu_data()
     QTest::addColumn<int>("currentRow"); // -1 none, -2 not looked at; -1 also: the action is disabled
     QTest::newRow("append") << "Append" << QList<QPoint>() << 4 << 3;
     QTest::newRow("insert") << "Insert" << QList<QPoint> {{1, 2}} << 4 << 1;
-    QTest::newRow("insert without a current row") << "Insert" << QList<QPoint>() << 3 << -1;
     QTest::newRow("delete without a current row") << "Delete" << QList<QPoint>() << 3 << -1;
     QTest::newRow("delete two cells of a row") << "Delete" << QList<QPoint> {{1, 0}, {1, 2}} << 2 << -2;
-    QTest::newRow("delete two rows") << "Delete" << QList<QPoint> {{0, 1}, {2, 0}} << 1 << -2;
     QTest::newRow("clear") << "Clear" << QList<QPoint> {{0, 0}} << 0 << -2;
 }
 
@@ -325,21 +301,50 @@ void TestProgrammerDialog::contextMenu()
         QCOMPARE(view->currentIndex().row(), currentRow);
 }
 
-void TestProgrammerDialog::lookAtBothTabs()
+void TestProgrammerDialog::templateRows_data()
 {
+    QTest::addColumn<bool>("delayer");
+    QTest::addColumn<bool>("insert");
+    QTest::addColumn<int>("currentRow"); // -1: none
+    QTest::addColumn<int>("firstNew");
+    QTest::newRow("list append") << false << false << 1 << 3;
+    QTest::newRow("delayer insert") << true << true << 2 << 2;
+    QTest::newRow("delayer insert without a current row") << true << true << -1 << 3;
+}
+
+// The template's rows go into the data table at its end, or before its current row, and stand
+// selected; the groups box counts them.
+void TestProgrammerDialog::templateRows()
+{
+    QFETCH(bool, delayer);
+    QFETCH(bool, insert);
+    QFETCH(int, currentRow);
+    QFETCH(int, firstNew);
     Option option = makeOption();
     DialogProgrammer dialog(option, nullptr);
-    dialog.resize(1024, 700);
     dialog.show();
-    QTest::mouseClick(dialog.findChild<QPushButton*>("btnListTemplateAppend"), Qt::LeftButton);
-    QTest::mouseClick(dialog.findChild<QPushButton*>("btnDelayerTemplateAppend"), Qt::LeftButton);
-    QVERIFY(dialog.findChild<QTableView*>("tvList")->model()->rowCount() > 0);
-    QVERIFY(dialog.findChild<QTableView*>("tvDelayer")->model()->rowCount() > 0);
-    auto* tabs = dialog.findChild<QTabWidget*>("tabWidget");
-    for (int i = 0; i < tabs->count(); ++i) {
-        tabs->setCurrentIndex(i);
-        QVERIFY(dialog.grab().save(QStringLiteral(ZELT_TEST_OUTPUT_DIR "/programmer-tab%1.png").arg(i)));
-    }
+    auto* view = dialog.findChild<QTableView*>(delayer ? "tvDelayer" : "tvList");
+    QAbstractItemModel* model = view->model();
+    int const k = dialog.findChild<QTableView*>(delayer ? "tvDelayerTemplate" : "tvListTemplate")
+                      ->model()
+                      ->rowCount();
+    QVERIFY(k > 0);
+    QVERIFY(model->insertRows(0, 3));
+    view->setCurrentIndex(currentRow < 0 ? QModelIndex() : model->index(currentRow, 0));
+    QString const button
+        = QStringLiteral("btn%1Template%2").arg(delayer ? "Delayer" : "List", insert ? "Insert" : "Append");
+    QTest::mouseClick(dialog.findChild<QPushButton*>(button), Qt::LeftButton);
+
+    QCOMPARE(model->rowCount(), 3 + k);
+    QCOMPARE(dialog.findChild<QSpinBox*>(delayer ? "sbDelayerGroups" : "sbListGroups")->value(), 3 + k);
+    QModelIndexList const selected = view->selectionModel()->selectedIndexes();
+    QCOMPARE(selected.size(), k * model->columnCount());
+    auto const [low, high]
+        = std::minmax_element(selected.cbegin(), selected.cend(),
+                              [](QModelIndex const& a, QModelIndex const& b) { return a.row() < b.row(); });
+    QCOMPARE(low->row(), firstNew);
+    QCOMPARE(high->row(), firstNew + k - 1);
+    QCOMPARE(view->currentIndex().row(), firstNew);
 }
 
 QTEST_MAIN(TestProgrammerDialog)
