@@ -227,6 +227,33 @@ private Q_SLOTS:
         QCOMPARE(m_peer->lines().mid(0, 6), QStringList({"A?", "B?", "C?", "A?", "B?", "*IDN?"}));
     }
 
+    void closeForceFromErrorHandlerStops_data()
+    {
+        QTest::addColumn<int>("at");
+        QTest::newRow("a word's time-out") << 1;
+        QTest::newRow("a barrier's time-out") << 3;
+    }
+
+    void closeForceFromErrorHandlerStops()
+    {
+        // As the window stops a run at its ninth error: nothing runs on, not even a barrier.
+        QFETCH(int, at);
+        m_peer->setResponder([](QString const&) { return QString(); });
+        m_probe->setRing({"SILENT?"}, 20);
+        int errors = 0;
+        connect(m_probe, &MeasureInst::processError, this, [&] {
+            if (++errors == at)
+                m_probe->closeForce();
+        });
+        QSignalSpy stoped(m_probe, &MeasureInst::stoped);
+        QVERIFY(m_probe->open());
+        QVERIFY(stoped.wait(5000));
+        QTest::qWait(100);
+        QCOMPARE(errors, at);
+        QCOMPARE(stoped.size(), 1);
+        QVERIFY(!m_probe->active());
+    }
+
     void wordsServedAtOnceLeaveTheStackFlat()
     {
         // Sign words and words without an answer are served inside their own processWord: handed on
