@@ -148,7 +148,6 @@ void TestProgrammerDialog::roundTrip_data()
     QTest::addColumn<bool>("dialogFormat");
     QTest::addColumn<QString>("endState");
     QTest::newRow("window format, ON") << false << "ON";
-    QTest::newRow("window format, OFF") << false << "OFF";
     QTest::newRow("dialog format") << true << "OFF";
 }
 
