@@ -4,11 +4,14 @@
 set -euo pipefail
 
 packages=(
-    cmake ninja-build g++ pkg-config
-    qt6-base-dev qt6-base-dev-tools qt6-serialport-dev
-    libqcustomplot-dev liblxi-dev libtirpc-dev libgl-dev
-    fonts-dejavu-core clang-format
-    lxi-tools python3-pyvisa python3-pyvisa-py # real VXI-11 clients the simulator's tests run
+    cmake ninja-build g++                              # the build
+    qt6-base-dev qt6-base-dev-tools qt6-serialport-dev # Qt, and the serial-line transport
+    libqcustomplot-dev                                 # the charts
+    liblxi-dev libtirpc-dev                            # the VXI-11 transport
+    libgl-dev                                          # Qt6::Gui's CMake package asks for it
+    fonts-dejavu-core                                  # the same font in every offscreen test
+    clang-format clang-tidy                            # the formatting and lint gates
+    lxi-tools python3-pyvisa python3-pyvisa-py         # real VXI-11 clients the simulator's tests run
 )
 
 missing=()

@@ -422,7 +422,7 @@ bool KvrInstrument::slewing() const
 
 void KvrInstrument::moveRamps(qint64 msecs)
 {
-    double const seconds = msecs / 1000.0;
+    double const seconds = double(msecs) / 1000.0;
     m_rampVoltage = approach(m_rampVoltage, targetVoltage(), m_settings.voltageRising,
                              m_settings.voltageFalling, seconds);
     m_rampCurrent = approach(m_rampCurrent, targetCurrent(), m_settings.currentRising,

@@ -8,7 +8,7 @@ std::optional<KvrRatings> KvrRatings::fromModel(QString const& model)
     if (!text.startsWith(QLatin1String("KVR9")))
         return std::nullopt;
     QString const rest = text.mid(4);
-    int const dash = rest.indexOf(QLatin1Char('-'));
+    qsizetype const dash = rest.indexOf(QLatin1Char('-'));
     if (dash != 3)
         return std::nullopt;
     QString const volts = rest.left(3);

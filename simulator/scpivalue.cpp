@@ -21,7 +21,7 @@ std::optional<double> ScpiValue::toNumber(QString const& text)
 {
     QString const t = text.trimmed();
     int i = 0;
-    int const n = t.size();
+    qsizetype const n = t.size();
     if (i < n && (t[i] == QLatin1Char('+') || t[i] == QLatin1Char('-')))
         ++i;
     int digits = 0;

@@ -198,7 +198,7 @@ QString SimServer::malformed(QString const& answer)
     switch (kind) {
     case 0: {
         // A field too few, or one too many for a single value.
-        int const comma = answer.lastIndexOf(QLatin1Char(','));
+        qsizetype const comma = answer.lastIndexOf(QLatin1Char(','));
         return comma >= 0 ? answer.left(comma) : answer + QStringLiteral(",0");
     }
     case 1: {

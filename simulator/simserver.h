@@ -48,7 +48,7 @@ public:
     QString resourceString() const;
     QString errorString() const { return m_errorString; }
     SimOptions const& options() const { return m_options; }
-    int connectionCount() const { return m_connections.size(); }
+    int connectionCount() const { return int(m_connections.size()); }
 
     // The instrument is replaced by start(): references taken before it go stale.
     KvrInstrument& instrument() { return *m_instrument; }

@@ -402,4 +402,4 @@ ValueWidget* ChannelWidget::valueWidget(int row) const
 }
 // The meta-object is compiled here, so that a look-up by class, as the window makes, links in
 // this file and with it the registration above.
-#include "moc_channelwidget.cpp"
+#include "moc_channelwidget.cpp" // NOLINT(bugprone-suspicious-include)

@@ -75,7 +75,7 @@ private:
     int m_precision = 3;
     static constexpr int kCacheSets = 64;
     static constexpr int kCacheWays = 8;
-    std::array<QString, kCacheSets * kCacheWays> m_cache;
+    std::array<QString, std::size_t(kCacheSets) * kCacheWays> m_cache;
 };
 
 } // namespace zelt::measure

@@ -39,7 +39,7 @@ public:
     bool commit() { return flush() && m_file.commit(); }
 
 private:
-    static constexpr qsizetype kChunkSize = 32 * 1024;
+    static constexpr qsizetype kChunkSize = qsizetype(32) * 1024;
     QSaveFile& m_file;
     QString m_chunk;
 };

@@ -20,7 +20,7 @@ StateLabel::StateLabel(QString const& text, QWidget* parent, Qt::WindowFlags fla
     m_label->setAlignment(Qt::AlignCenter);
     m_label->setAutoFillBackground(false);
     m_label->setAttribute(Qt::WA_TranslucentBackground);
-    applyState();
+    StateLabel::applyState();
 }
 
 StateLabel::~StateLabel() = default;

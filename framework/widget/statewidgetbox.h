@@ -24,7 +24,7 @@ public:
     void append(AbstractStateWidget* widget) { insert(count(), widget); }
     // Takes widget out of the box without deleting it; it keeps the box as parent.
     bool remove(AbstractStateWidget* widget);
-    int count() const { return m_widgets.size(); }
+    int count() const { return int(m_widgets.size()); }
     AbstractStateWidget* widget(int position) const { return m_widgets.value(position); }
     QList<AbstractStateWidget*> widgets() const { return m_widgets; }
     int indexOf(AbstractStateWidget const* widget) const;

@@ -50,7 +50,7 @@ PowerSupplyLCD::PowerSupplyLCD(int headers, int measures, int headerColumns, int
 
     setAutoFillBackground(false);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
-    refreshLayout();
+    PowerSupplyLCD::refreshLayout();
 }
 
 PowerSupplyLCD::~PowerSupplyLCD() = default;

@@ -31,7 +31,7 @@ public:
                    QWidget* parent = nullptr, Qt::WindowFlags flags = {});
     ~PowerSupplyLCD() override;
 
-    int headerWidgetCount() const { return m_headers.size(); }
+    int headerWidgetCount() const { return int(m_headers.size()); }
     StateLabel* headerWidget(int index) const { return m_headers.value(index); }
 
     // Counts and gives the readings of measure(), including those inserted later;

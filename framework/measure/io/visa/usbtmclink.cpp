@@ -124,7 +124,7 @@ UsbTmcLink::UsbTmcLink(VisaResource const& resource, QString sysfsRoot, QString 
 
 UsbTmcLink::~UsbTmcLink()
 {
-    close();
+    UsbTmcLink::close();
 }
 
 bool UsbTmcLink::open(int timeoutMs, QString& error)

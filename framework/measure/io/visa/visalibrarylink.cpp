@@ -20,7 +20,7 @@ VisaLibraryLink::VisaLibraryLink(std::shared_ptr<VisaLibrary> library, QString r
 
 VisaLibraryLink::~VisaLibraryLink()
 {
-    close();
+    VisaLibraryLink::close();
 }
 
 QString VisaLibraryLink::failure(VisaLibrary::ViStatus status) const

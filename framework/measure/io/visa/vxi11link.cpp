@@ -23,7 +23,7 @@ Vxi11Link::Vxi11Link(QString host, QString lanDevice)
 
 Vxi11Link::~Vxi11Link()
 {
-    close();
+    Vxi11Link::close();
 }
 
 bool Vxi11Link::open(int timeoutMs, QString& error)
