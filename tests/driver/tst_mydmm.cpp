@@ -4,6 +4,7 @@
 
 #include "measure/io/visa/visaio.h"
 #include "tests/common/linepeer.h"
+#include "tests/common/pollingring.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -22,17 +23,7 @@ namespace {
 QString const kModeQuery = QStringLiteral(":SYSTem:POWER:MODE?");
 QString const kParallelQuery = QStringLiteral(":MEASure:PARALLEL:ALL?");
 QString const kSeriesQuery = QStringLiteral(":MEASure:SERIES:ALL?");
-// The polling ring in its order, written out independently of the driver.
-QStringList const kRing
-    = QString(":SYSTem:POWER:MODE? :MEASure:ALL? :OUTPut:MODE? :OUTPut:STATe? :OUTPut:CVCC? "
-              ":SOURce:VOLTage:LEVel? :SOURce:CURRent:LEVel? :SOURce:VOLTage:PROTection:LEVel? "
-              ":SOURce:VOLTage:PROTection:STATe? :OUTPut:OVP:TRIPed? :SOURce:CURRent:PROTection:LEVel? "
-              ":SOURce:CURRent:PROTection:STATe? :OUTPut:OCP:TRIPed? :SOURce:VOLTage:SLEW:RISing? "
-              ":SOURce:VOLTage:SLEW:FALLing? :SOURce:CURRent:SLEW:RISing? :SOURce:CURRent:SLEW:FALLing? "
-              ":RESistance? :SYSTem:BEEPer:STATe? :SYSTem:BRIGhtness? :SYSTem:POWER:POWERDown? "
-              ":SYSTem:POWER:ID? :SYSTem:POWER:POWEROut? :SYSTem:POWER:OVPDelay? :SYSTem:POWER:OCPDelay? "
-              ":SYSTem:POWER:ELOAD:STATe?")
-          .split(' ');
+QStringList const kRing = pollingRing();
 
 QStringList ringWith(QString const& group)
 {

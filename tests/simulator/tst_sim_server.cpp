@@ -3,6 +3,7 @@
 
 #include "simulator/manualclock.h"
 #include "simulator/simserver.h"
+#include "tests/common/pollingring.h"
 
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
@@ -75,16 +76,8 @@ QString errorAnswer(int code)
 }
 
 // The polling ring of the driver, and its answers after a reset.
-QStringList const kPollingSet
-    = QString(":SYSTem:POWER:MODE? :MEASure:ALL? :OUTPut:MODE? :OUTPut:STATe? :OUTPut:CVCC? "
-              ":SOURce:VOLTage:LEVel? :SOURce:CURRent:LEVel? :SOURce:VOLTage:PROTection:LEVel? "
-              ":SOURce:VOLTage:PROTection:STATe? :OUTPut:OVP:TRIPed? :SOURce:CURRent:PROTection:LEVel? "
-              ":SOURce:CURRent:PROTection:STATe? :OUTPut:OCP:TRIPed? :SOURce:VOLTage:SLEW:RISing? "
-              ":SOURce:VOLTage:SLEW:FALLing? :SOURce:CURRent:SLEW:RISing? :SOURce:CURRent:SLEW:FALLing? "
-              ":RESistance? :SYSTem:BEEPer:STATe? :SYSTem:BRIGhtness? :SYSTem:POWER:POWERDown? "
-              ":SYSTem:POWER:ID? :SYSTem:POWER:POWEROut? :SYSTem:POWER:OVPDelay? :SYSTem:POWER:OCPDelay? "
-              ":SYSTem:POWER:ELOAD:STATe? :MEASure:PARALLEL:ALL? :MEASure:SERIES:ALL?")
-          .split(' ');
+QStringList const kPollingSet = pollingRing()
+    + QStringList {QStringLiteral(":MEASure:PARALLEL:ALL?"), QStringLiteral(":MEASure:SERIES:ALL?")};
 char const* const kResetAnswers
     = "Normal;0.000,0.000,0.000;VHS;0;CV;0.100;0.000;42.000;0;0;42.000;0;0;1.000;1.000;"
       "1.000;1.000;0.000;1;80;0;1;OFF;100;100;OFF;0.000,0.000,0.000;0.000,0.000,0.000";
