@@ -113,8 +113,12 @@ bool measure(int latencyMs, Figures& list, Figures& delayer)
     if (!window)
         return false;
     window->show();
+    // The first pass learns the power mode and rebuilds the ring, which drops whatever is
+    // queued then: the uploads begin once a sample has been published.
+    int samples = 0;
+    QObject::connect(window->findChild<MyDMM*>(), &MyDMM::updateData, window, [&samples] { ++samples; });
     auto* programmer = window->findChild<QAction*>(QStringLiteral("actionProgrammer"));
-    if (!waitUntil([&] { return programmer->isEnabled(); }, 10000))
+    if (!waitUntil([&] { return programmer->isEnabled() && samples > 0; }, 10000))
         return false;
     programmer->trigger();
     auto* dialog = window->findChild<DialogProgrammer*>();
