@@ -75,9 +75,9 @@ double barePassesPerSecond(QString const& host, quint16 port)
     socket.connectToHost(host, port);
     QTimer::singleShot(kRunMs, &loop, &QEventLoop::quit);
     loop.exec();
-    double const seconds = clock.nsecsElapsed() / 1e9;
+    double const seconds = double(clock.nsecsElapsed()) / 1e9;
     socket.abort();
-    return passes / seconds;
+    return double(passes) / seconds;
 }
 
 double driverSamplesPerSecond(QString const& resource)
@@ -99,10 +99,10 @@ double driverSamplesPerSecond(QString const& resource)
     clock.start();
     QTimer::singleShot(kRunMs, &loop, &QEventLoop::quit);
     loop.exec();
-    double const seconds = clock.nsecsElapsed() / 1e9;
+    double const seconds = double(clock.nsecsElapsed()) / 1e9;
     qsizetype const samples = dmm.getMeasureData().size() - first;
     dmm.closeForce();
-    return samples / seconds;
+    return double(samples) / seconds;
 }
 
 // An instrument in the process: every query is answered through the event loop, as a
@@ -196,7 +196,7 @@ Retained retainedBytes()
     });
     dmm.open();
     loop.exec();
-    double const seconds = clock.nsecsElapsed() / 1e9;
+    double const seconds = double(clock.nsecsElapsed()) / 1e9;
     QCoreApplication::processEvents();
     size_t const after = mallinfo2().uordblks;
 
@@ -239,7 +239,7 @@ int main(int argc, char* argv[])
     }
     double const overhead = (bare / driver - 1.0) * 100.0;
     std::printf("bare ping-pong: %.0f passes/s (%.1f us a pass, %.2f us a query)\n", bare, 1e6 / bare,
-                1e6 / bare / ringQueries().size());
+                1e6 / bare / double(ringQueries().size()));
     std::printf("driver:         %.0f samples/s (%.1f us a pass)\n", driver, 1e6 / driver);
     std::printf("driver cost:    %.1f us a pass over the bare exchange (%.1f %%)\n",
                 1e6 / driver - 1e6 / bare, overhead);

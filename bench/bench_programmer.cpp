@@ -45,9 +45,9 @@ Figures measure(std::function<qsizetype()> const& generate)
         worst = std::max(worst, ns);
         ++calls;
     }
-    f.meanUs = total / 1e3 / double(calls);
-    f.worstUs = worst / 1e3;
-    f.rowsPerS = double(f.rows) * double(calls) / (total / 1e9);
+    f.meanUs = double(total) / 1e3 / double(calls);
+    f.worstUs = double(worst) / 1e3;
+    f.rowsPerS = double(f.rows) * double(calls) / (double(total) / 1e9);
     return f;
 }
 
@@ -134,6 +134,6 @@ int main()
 
     std::printf("worst single generation seen: %.3f ms\n", worstMs);
     std::printf("list_wave_rows_per_s=%.0f plot_values_rows_per_s=%.0f slowest_generation_ms=%.3f\n",
-                listRows / listSeconds, plot.rowsPerS, slowestMs);
+                double(listRows) / listSeconds, plot.rowsPerS, slowestMs);
     return 0;
 }

@@ -94,7 +94,7 @@ double pingPong(quint16 port)
     clock.start();
     socket.write(lines.at(sent++ % lines.size()));
     loop.exec();
-    return answered * 1000.0 / qMax<qint64>(1, clock.elapsed());
+    return double(answered) * 1000.0 / double(qMax<qint64>(1, clock.elapsed()));
 }
 
 class CountingInst : public MeasureInst
@@ -143,8 +143,9 @@ double queue(QString const& resource, QVariantMap const& attributes = {})
     QObject::connect(&inst, &MeasureInst::stoped, &loop, [&] { loop.quit(); });
     inst.open();
     loop.exec();
-    double const rate
-        = inst.answered < kWordsPerRun ? 0.0 : inst.answered * 1000.0 / qMax<qint64>(1, clock.elapsed());
+    double const rate = inst.answered < kWordsPerRun
+        ? 0.0
+        : double(inst.answered) * 1000.0 / double(qMax<qint64>(1, clock.elapsed()));
     inst.closeForce();
     return rate;
 }

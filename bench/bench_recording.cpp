@@ -205,9 +205,11 @@ int main(int argc, char** argv)
     QList<QSharedPointer<DmmData>> probe;
     for (int i = 0; i < 10000; ++i)
         probe.append(maker.next());
-    double const sampleBytes = double(mallinfo2().uordblks - alone) / probe.size() - sizeof(probe.first());
+    double const sampleBytes
+        = double(mallinfo2().uordblks - alone) / double(probe.size()) - double(sizeof(probe.first()));
     probe.clear();
-    double const heldBytes = sampleBytes + 2 * sizeof(QSharedPointer<DmmData>) + 3 * 2 * sizeof(double);
+    double const heldBytes
+        = sampleBytes + double(2 * sizeof(QSharedPointer<DmmData>) + sizeof(double) * 3 * 2);
     std::printf("rss_per_sample_bytes=%.0f heap_per_sample_bytes=%.0f held_bytes=%.0f rss_to_held=%.2f\n",
                 rssPerSample, heapPerSample, heldBytes, rssPerSample / heldBytes);
 
@@ -218,7 +220,7 @@ int main(int argc, char** argv)
     exportClock.start();
     bool const exported = zelt::util::character::Character::csvSave(
         dir.filePath(QStringLiteral("record.csv")), record, false);
-    double const exportSeconds = exportClock.nsecsElapsed() / 1e9;
+    double const exportSeconds = double(exportClock.nsecsElapsed()) / 1e9;
     std::printf("export_rows=%d exported=%d\n", int(record->rowCount()), int(exported));
 
     double const cost100k = cost();

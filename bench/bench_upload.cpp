@@ -88,7 +88,7 @@ bool upload(kvrsim::SimServer& server, DialogProgrammer* dialog, bool delayer, F
         return false;
     if (!awaiting)
         idle += total - freeSince;
-    out.rowsPerSecond = kRows / (total / 1e9);
+    out.rowsPerSecond = kRows / (double(total) / 1e9);
     out.linesPerRow = double(lines) / kRows;
     out.sequenceLinesPerRow = double(sequenceLines) / kRows;
     out.busyShare = 1.0 - double(std::min(idle, total)) / double(total);

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# clang-tidy with the checks of .clang-tidy over the product's own sources, on the checked
+# clang-tidy with the checks of .clang-tidy over the project's own sources, on the checked
 # tree's compile database; any finding fails. CI runs it after scripts/test.sh.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -11,7 +11,7 @@ cmake --preset check -B "$build" >/dev/null
 # sources include.
 cmake --build "$build" >/dev/null
 
-folders="framework|driver|window|recording|quicksettings|programmer|widgets|plugin|host|simulator"
+folders="framework|driver|window|recording|quicksettings|programmer|widgets|plugin|host|simulator|tests|bench"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 status=0

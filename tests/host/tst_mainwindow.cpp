@@ -91,7 +91,8 @@ void TestMainWindow::quitClosesInstruments()
         if (action->text() == QLatin1String("&Quit"))
             quit = action;
     }
-    QVERIFY(quit);
+    if (!quit)
+        QFAIL("the main window has no Quit action");
     quit->trigger();
     QTRY_VERIFY_WITH_TIMEOUT(window.isHidden(), zelt::host::MainWindow::kCloseBoundMs + 2000);
     // Coarse timers may fire 5 % early.

@@ -368,7 +368,7 @@ private Q_SLOTS:
         sendAll({":LIST:PARA 0,7,1,1", ":LIST:BASE 0,1,1,OFF", ":DELAY:STAT ON"});
         QCOMPARE(errors(), "-221,-221,-221");
         QCOMPARE(query(":LIST:PARA? 0,1"), QStringLiteral("5.000,1.000,1.0"));
-        m_clock.advance(3600 * 1000);
+        m_clock.advance(qint64(3600) * 1000);
         QCOMPARE(query(":LIST:STAT?").section(QLatin1Char(','), 0, 0), QStringLiteral("1"));
         m_client->send(":OUTP OFF"); // switching by hand ends the list
         m_client->send(":LIST:PARA 0,7,1,1");

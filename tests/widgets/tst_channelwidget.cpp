@@ -77,9 +77,12 @@ void TestChannelWidget::looks()
         if (frame->frameShape() == QFrame::HLine)
             separator = frame;
     }
+    QLabel* state = labelWithText(widget, QStringLiteral("CV"));
+    if (!header || !state || !separator)
+        QFAIL("the panel lacks its header, its state label or its separator");
     QCOMPARE(widget.styleSheet(), panel);
     QCOMPARE(header->parentWidget()->styleSheet(), panel);
-    QCOMPARE(labelWithText(widget, QStringLiteral("CV"))->parentWidget()->styleSheet(), panel);
+    QCOMPARE(state->parentWidget()->styleSheet(), panel);
     QCOMPARE(separator->styleSheet(), line);
     // The rows' box keeps the inactive look on an active panel.
     QCOMPARE(widget.valueWidget(0)->parentWidget()->styleSheet(), sheet("#ffffff", "#404043"));

@@ -35,7 +35,8 @@ void TestKvr9000WindowFailure::nineTimeOutsStopTheRun()
     // unanswered after the first time-out counts as one.
     QVERIFY(waitUntil([&] { return !boxes.shown.isEmpty(); }, 20 * wordTime));
     QCOMPARE(errors.count(), 9);
-    QVERIFY2(elapsed.elapsed() >= 9 * wordTime && elapsed.elapsed() < 9 * wordTime + 2000,
+    qint64 const nineWords = 9 * qint64(wordTime);
+    QVERIFY2(elapsed.elapsed() >= nineWords && elapsed.elapsed() < nineWords + 2000,
              qPrintable(QString::number(elapsed.elapsed())));
     QCOMPARE(boxes.shown,
              QStringList {"Critical [] The communication is failed and the application is stoped."});
