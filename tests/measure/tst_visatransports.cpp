@@ -18,8 +18,10 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
+#include <QSerialPort>
 #include <QSignalSpy>
 #include <QTcpServer>
+#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -28,6 +30,7 @@
 #include <memory>
 
 using zelt::measure::MeasureInst;
+using zelt::measure::io::LinkError;
 using zelt::measure::io::visa::UsbTmcLink;
 using zelt::measure::io::visa::VisaIO;
 using zelt::measure::io::visa::VisaLibrary;
@@ -68,8 +71,8 @@ private Q_SLOTS:
 
     void driverPollsAsOverTheSocketTillTheLinkGoes_data();
     void driverPollsAsOverTheSocketTillTheLinkGoes();
-    void openFailuresEndTheRun_data();
-    void openFailuresEndTheRun();
+    void failuresEndTheRunWithTheirKind_data();
+    void failuresEndTheRunWithTheirKind();
     void vxi11ConnectTimeOutKeepsTheLoopTurning();
     void lateAnswerIsNotTakenForTheNext_data();
     void lateAnswerIsNotTakenForTheNext();
@@ -217,46 +220,78 @@ void TestVisaTransports::driverPollsAsOverTheSocketTillTheLinkGoes()
     QString const message = errors.first().first().toString();
     QVERIFY2(message.contains(io->resource()) && message.contains(QStringLiteral("lost")),
              qPrintable(message));
+    QCOMPARE(int(io->errorKind()), int(LinkError::Lost));
 }
 
-void TestVisaTransports::openFailuresEndTheRun_data()
+void TestVisaTransports::failuresEndTheRunWithTheirKind_data()
 {
     QTest::addColumn<QString>("resource");
     QTest::addColumn<QString>("attribute");
     QTest::addColumn<QString>("value");
+    // "closes": a listener that takes the connection and closes it, on the port "%1";
+    // "held": the resource is a pseudo-terminal that another port holds open.
+    QTest::addColumn<QString>("peer");
+    QTest::addColumn<LinkError>("kind");
     QTest::addColumn<QString>("cause");
 
     QString const none;
-    QTest::newRow("serial device missing") << "ASRL/dev/ttyKVR404::INSTR" << none << none << "no such device";
-    QTest::newRow("serial port zero") << "ASRL0::INSTR" << none << none << "start at 1";
-    QTest::newRow("serial setting") << "ASRL/dev/ttyKVR404::INSTR"
-                                    << "parity"
-                                    << "sometimes"
-                                    << "parity \"sometimes\"";
-    QTest::newRow("USB-TMC device absent")
-        << "USB0::0x1AB1::0x04CE::KVR404::INSTR" << none << none << "no USB-TMC device with vendor id 0x1AB1";
-    QTest::newRow("VXI-11 nobody listening")
-        << "TCPIP0::127.0.0.1::inst0::INSTR" << none << none << "Cannot connect to";
-    QTest::newRow("GPIB without a VISA library")
-        << "GPIB0::5::INSTR" << none << none << "GPIB needs an installed";
-    QTest::newRow("alias without a VISA library") << "bench-psu" << none << none << "Invalid VISA resource";
-    QTest::newRow("VISA library missing") << "bench-psu"
-                                          << "visaLibrary"
-                                          << "libkvr404visa.so"
-                                          << "cannot load the VISA library libkvr404visa.so";
-    QTest::newRow("VISA library lacks a function")
-        << "bench-psu"
-        << "visaLibrary" << kFakeVisaWithoutRead << "lacks the function viRead";
-    QTest::newRow("VISA library refuses the resource") << "TCPIP0::127.0.0.1::1::SOCKET"
-                                                       << "visaLibrary" << kFakeVisa << "0xbfff0011";
+    auto const row = [&](char const* name, QString const& resource, QString const& attribute,
+                         QString const& value, QString const& peer, LinkError kind, char const* cause) {
+        QTest::newRow(name) << resource << attribute << value << peer << kind << QString(cause);
+    };
+    row("serial device missing", "ASRL/dev/ttyKVR404::INSTR", none, none, none, LinkError::InvalidResource,
+        "no such device");
+    row("serial port zero", "ASRL0::INSTR", none, none, none, LinkError::InvalidResource, "start at 1");
+    row("serial setting", "ASRL/dev/ttyKVR404::INSTR", "parity", "sometimes", none,
+        LinkError::InvalidResource, "parity \"sometimes\"");
+    row("serial port held by another", none, none, none, "held", LinkError::Permission,
+        "in use by another program");
+    row("USB-TMC device absent", "USB0::0x1AB1::0x04CE::KVR404::INSTR", none, none, none,
+        LinkError::InvalidResource, "no USB-TMC device with vendor id 0x1AB1");
+    row("socket nobody listening", "TCPIP0::127.0.0.1::1::SOCKET", none, none, none, LinkError::Refused,
+        "Cannot connect to");
+    row("socket closed by the peer", "TCPIP0::127.0.0.1::%1::SOCKET", none, none, "closes", LinkError::Lost,
+        "closed the connection");
+    row("VXI-11 nobody listening", "TCPIP0::127.0.0.1::inst0::INSTR", none, none, none, LinkError::Refused,
+        "Cannot connect to");
+    row("GPIB without a VISA library", "GPIB0::5::INSTR", none, none, none, LinkError::InvalidResource,
+        "GPIB needs an installed");
+    row("alias without a VISA library", "bench-psu", none, none, none, LinkError::InvalidResource,
+        "Invalid VISA resource");
+    row("VISA library missing", "bench-psu", "visaLibrary", "libkvr404visa.so", none, LinkError::Other,
+        "cannot load the VISA library libkvr404visa.so");
+    row("VISA library lacks a function", "bench-psu", "visaLibrary", kFakeVisaWithoutRead, none,
+        LinkError::Other, "lacks the function viRead");
+    row("VISA library refuses the resource", "TCPIP0::127.0.0.1::1::SOCKET", "visaLibrary", kFakeVisa, none,
+        LinkError::Refused, "0xbfff0011");
 }
 
-void TestVisaTransports::openFailuresEndTheRun()
+void TestVisaTransports::failuresEndTheRunWithTheirKind()
 {
     QFETCH(QString, resource);
     QFETCH(QString, attribute);
     QFETCH(QString, value);
+    QFETCH(QString, peer);
+    QFETCH(LinkError, kind);
     QFETCH(QString, cause);
+    QTcpServer listener;
+    kvrsim::PtyBridge pty;
+    QSerialPort holder;
+    if (peer == u"closes") {
+        QVERIFY(listener.listen(QHostAddress::LocalHost));
+        connect(&listener, &QTcpServer::newConnection, this, [&listener] {
+            while (QTcpSocket* socket = listener.nextPendingConnection()) {
+                socket->close();
+                socket->deleteLater();
+            }
+        });
+        resource = resource.arg(listener.serverPort());
+    } else if (peer == u"held") {
+        QVERIFY2(pty.start(m_sim->address(), m_sim->port()), qPrintable(pty.errorString()));
+        holder.setPortName(pty.path());
+        QVERIFY2(holder.open(QIODevice::ReadWrite), qPrintable(holder.errorString()));
+        resource = pty.resourceString();
+    }
     VisaResource const parsed = VisaResource::parse(resource);
     bool const libraryServes = !parsed.isValid() || parsed.kind == VisaResource::Kind::Gpib;
     QString ignored;
@@ -277,6 +312,7 @@ void TestVisaTransports::openFailuresEndTheRun()
     QCOMPARE(errors.size(), 1);
     QString const message = errors.first().first().toString();
     QVERIFY2(message.contains(resource) && message.contains(cause), qPrintable(message));
+    QCOMPARE(int(io->errorKind()), int(kind));
 }
 
 void TestVisaTransports::vxi11ConnectTimeOutKeepsTheLoopTurning()
@@ -310,6 +346,7 @@ void TestVisaTransports::vxi11ConnectTimeOutKeepsTheLoopTurning()
     QVERIFY2(took >= bound && took < bound + 300, qPrintable(QStringLiteral("%1 ms").arg(took)));
     QVERIFY2(message.contains(resource) && message.contains(QStringLiteral("no answer within 1000 ms")),
              qPrintable(message));
+    QCOMPARE(int(io->errorKind()), int(LinkError::TimedOut));
     QVERIFY2(longest < 50, qPrintable(QStringLiteral("the loop stalled %1 ms").arg(longest)));
 }
 

@@ -9,6 +9,17 @@
 
 namespace zelt::measure::io {
 
+// What kind of failure ended or refused a link, so that a message can tell them apart.
+enum class LinkError {
+    None,
+    Refused, // nothing answers at the address: no listener, no device, connection refused
+    TimedOut, // the peer did not answer in time, at connect or during a run
+    Lost, // an open link went away: closed by the peer, cable or device gone
+    Permission, // the system refused access: device permissions, port in use by another program
+    InvalidResource, // the resource string names nothing this channel can reach
+    Other,
+};
+
 class AbstractIO : public QObject
 {
     Q_OBJECT
@@ -32,6 +43,8 @@ public:
     virtual bool deviceClear() { return false; }
 
     QString errorString() const { return m_errorString; }
+    // The kind of the last failure; None until one happens.
+    LinkError errorKind() const { return m_errorKind; }
     // A short description of the channel for messages, such as its resource string.
     virtual QString description() const = 0;
 
@@ -43,10 +56,16 @@ Q_SIGNALS:
     void errorOccurred(QString const& message);
 
 protected:
-    void setErrorString(QString const& message) { m_errorString = message; }
+    void setErrorString(QString const& message) { setError(LinkError::Other, message); }
+    void setError(LinkError kind, QString const& message)
+    {
+        m_errorKind = kind;
+        m_errorString = message;
+    }
 
 private:
     QString m_errorString;
+    LinkError m_errorKind = LinkError::None;
 };
 
 } // namespace zelt::measure::io

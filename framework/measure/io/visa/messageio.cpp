@@ -24,12 +24,14 @@ public:
 
     void open()
     {
-        QString error;
-        if (m_link->open(m_timeout, error)) {
+        LinkFailure failure;
+        if (m_link->open(m_timeout, failure)) {
             m_open = true;
             Q_EMIT opened(m_link->canClear());
         } else {
-            Q_EMIT failed(error, false);
+            // A link that was never open has lost nothing: its device did not answer.
+            Q_EMIT failed(failure.kind == LinkError::Lost ? LinkError::Refused : failure.kind, failure.cause,
+                          false);
         }
     }
 
@@ -38,19 +40,19 @@ public:
         if (!m_open)
             return;
         bool const query = isQuery(data);
-        QString error;
-        if (query && m_behind && !catchUp(error)) {
-            lose(error);
+        LinkFailure failure;
+        if (query && m_behind && !catchUp(failure)) {
+            lose(failure);
             return;
         }
-        if (!m_link->write(data, m_timeout, error)) {
-            lose(error);
+        if (!m_link->write(data, m_timeout, failure)) {
+            lose(failure);
             return;
         }
         if (!query)
             return;
         m_answer.clear();
-        switch (m_link->read(m_answer, m_timeout, error)) {
+        switch (m_link->read(m_answer, m_timeout, failure)) {
         case MessageLink::ReadResult::Data:
             if (!m_answer.endsWith('\n'))
                 m_answer.append('\n');
@@ -62,16 +64,16 @@ public:
             m_behind = true;
             break;
         case MessageLink::ReadResult::Failed:
-            lose(error);
+            lose(failure);
             break;
         }
     }
 
     void clear()
     {
-        QString error;
-        if (m_open && !m_link->clear(m_timeout, error))
-            lose(error);
+        LinkFailure failure;
+        if (m_open && !m_link->clear(m_timeout, failure))
+            lose(failure);
     }
 
     // Closes the link and ends the thread; the worker goes with it.
@@ -85,7 +87,7 @@ public:
 Q_SIGNALS:
     void opened(bool canClear);
     void received(QByteArray const& data);
-    void failed(QString const& cause, bool wasOpen);
+    void failed(zelt::measure::io::LinkError kind, QString const& cause, bool wasOpen);
 
 private:
     // A SCPI query has its '?' in the header, before any parameter:
@@ -99,14 +101,14 @@ private:
 
     // Rids the link of an answer that came after its read gave up: a device
     // clear where the transport has one, else whatever arrives within a moment.
-    bool catchUp(QString& error)
+    bool catchUp(LinkFailure& failure)
     {
         m_behind = false;
         if (m_link->canClear())
-            return m_link->clear(m_timeout, error);
+            return m_link->clear(m_timeout, failure);
         for (int i = 0; i < kMaxStale; ++i) {
             m_answer.clear();
-            switch (m_link->read(m_answer, kStaleWaitMs, error)) {
+            switch (m_link->read(m_answer, kStaleWaitMs, failure)) {
             case MessageLink::ReadResult::Data:
                 continue;
             case MessageLink::ReadResult::Timeout:
@@ -121,11 +123,12 @@ private:
     static constexpr int kMaxStale = 16;
     static constexpr int kStaleWaitMs = 20;
 
-    void lose(QString const& cause)
+    void lose(LinkFailure const& failure)
     {
         m_open = false;
         m_link->close();
-        Q_EMIT failed(cause, true);
+        // Whatever ends an open link without a better name has lost it.
+        Q_EMIT failed(failure.kind == LinkError::Other ? LinkError::Lost : failure.kind, failure.cause, true);
     }
 
     std::unique_ptr<MessageLink> m_link;
@@ -168,7 +171,7 @@ MessageIO::~MessageIO()
 bool MessageIO::open()
 {
     dropWorker();
-    setErrorString({});
+    setError(LinkError::None, {});
     m_thread = new QThread;
     m_thread->setObjectName(QStringLiteral("VISA I/O"));
     m_worker = new MessageWorker(m_makeLink(), m_timeout);
@@ -247,14 +250,14 @@ void MessageIO::onReceived(QByteArray const& data)
         Q_EMIT dataReceived(data);
 }
 
-void MessageIO::onFailed(QString const& cause, bool wasOpen)
+void MessageIO::onFailed(LinkError kind, QString const& cause, bool wasOpen)
 {
     if (sender() != m_worker)
         return;
     QString const message = wasOpen ? tr("Connection to %1 lost: %2").arg(m_resource, cause)
                                     : tr("Cannot connect to %1: %2").arg(m_resource, cause);
     dropWorker();
-    setErrorString(message);
+    setError(kind, message);
     Q_EMIT errorOccurred(message);
     if (wasOpen)
         Q_EMIT closed();
@@ -267,7 +270,7 @@ void MessageIO::onConnectTimeout()
     QString const message
         = tr("Cannot connect to %1: no answer within %2 ms.").arg(m_resource).arg(m_timeout);
     dropWorker();
-    setErrorString(message);
+    setError(LinkError::TimedOut, message);
     Q_EMIT errorOccurred(message);
 }
 

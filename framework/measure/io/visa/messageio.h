@@ -5,7 +5,8 @@
 // a '?' in its header is a query and is followed by a read of its answer, which
 // is handed on with a line feed at its end. After a read that gave up, the next
 // query first rids the link of the late answer, so that answers stay with their
-// queries.
+// queries. A failure has the kind the link gives it; an open that does not
+// finish within the time-out is TimedOut.
 
 #include "measure/io/abstractio.h"
 
@@ -44,7 +45,7 @@ private:
     void dropWorker();
     void onOpened(bool canClear);
     void onReceived(QByteArray const& data);
-    void onFailed(QString const& cause, bool wasOpen);
+    void onFailed(LinkError kind, QString const& cause, bool wasOpen);
     void onConnectTimeout();
 
     QString m_resource;

@@ -3,10 +3,21 @@
 // VISA library): one write is one command, one read one answer. MessageIO runs
 // a link on a worker thread; nothing here touches Qt's event loop.
 
+#include "measure/io/abstractio.h"
+
 #include <QByteArray>
 #include <QString>
 
 namespace zelt::measure::io::visa {
+
+// Why a call of a link failed. cause is a phrase that follows
+// "Cannot connect to <resource>: " or "... lost: ".
+struct LinkFailure
+{
+    // MessageIO counts Other on an open link as Lost, and Lost at open as Refused.
+    LinkError kind = LinkError::Other;
+    QString cause;
+};
 
 class MessageLink
 {
@@ -15,15 +26,15 @@ public:
 
     virtual ~MessageLink();
 
-    // Each call waits at most about timeoutMs. On failure, error gets the cause as
-    // a phrase that follows "Cannot connect to <resource>: " or "... lost: ".
-    virtual bool open(int timeoutMs, QString& error) = 0;
-    virtual bool write(QByteArray const& data, int timeoutMs, QString& error) = 0;
-    // Appends one answer to data.
-    virtual ReadResult read(QByteArray& data, int timeoutMs, QString& error) = 0;
+    // Each call waits at most about timeoutMs; failure says why on failure.
+    virtual bool open(int timeoutMs, LinkFailure& failure) = 0;
+    virtual bool write(QByteArray const& data, int timeoutMs, LinkFailure& failure) = 0;
+    // Appends one answer to data. A read that gives up is no failure: the
+    // caller's own time-out deals with the query.
+    virtual ReadResult read(QByteArray& data, int timeoutMs, LinkFailure& failure) = 0;
     // Device clear: the instrument empties its input and answer queues.
     virtual bool canClear() const { return false; }
-    virtual bool clear(int /*timeoutMs*/, QString& /*error*/) { return false; }
+    virtual bool clear(int /*timeoutMs*/, LinkFailure& /*failure*/) { return false; }
     // Safe to call when open() failed.
     virtual void close() = 0;
 };

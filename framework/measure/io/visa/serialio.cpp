@@ -105,19 +105,23 @@ QString SerialIO::devicePath(QString const& port)
 bool SerialIO::open()
 {
     abort();
-    setErrorString({});
+    setError(LinkError::None, {});
     if (m_path.isEmpty()) {
-        setErrorString(
-            tr("Cannot open %1: serial port numbers start at 1 (ASRL1 is /dev/ttyS0).").arg(m_resource));
+        setError(LinkError::InvalidResource,
+                 tr("Cannot open %1: serial port numbers start at 1 (ASRL1 is /dev/ttyS0).").arg(m_resource));
         return false;
     }
     if (!m_port->open(QIODevice::ReadWrite)) {
         QString cause = m_port->errorString();
+        LinkError kind = LinkError::Other;
         switch (m_port->error()) {
         case QSerialPort::DeviceNotFoundError:
+            kind = LinkError::InvalidResource;
             cause = tr("no such device");
             break;
         case QSerialPort::PermissionError:
+            // Also a port that another program holds: Qt reports a busy port so.
+            kind = LinkError::Permission;
             cause = tr("%1; the port is in use by another program, or the user lacks the right to "
                        "it (on Linux, serial ports belong to the group dialout)")
                         .arg(cause);
@@ -125,7 +129,7 @@ bool SerialIO::open()
         default:
             break;
         }
-        setErrorString(tr("Cannot open %1 (%2): %3").arg(m_resource, m_path, cause));
+        setError(kind, tr("Cannot open %1 (%2): %3").arg(m_resource, m_path, cause));
         m_port->clearError();
         return false;
     }
@@ -180,7 +184,7 @@ void SerialIO::onError(QSerialPort::SerialPortError error)
               .arg(m_resource, m_path, m_port->errorString())
         : tr("Connection to %1 lost: %2").arg(m_resource, m_port->errorString());
     abort();
-    setErrorString(message);
+    setError(LinkError::Lost, message);
     Q_EMIT errorOccurred(message);
     Q_EMIT closed();
 }

@@ -1,6 +1,9 @@
 #pragma once
 // A serial line to an instrument ("ASRL3::INSTR", "ASRL/dev/ttyUSB0::INSTR"):
 // SCPI lines as a byte stream, with the line settings taken from attributes.
+// Failure kinds: a device that does not exist, or port number 0, is
+// InvalidResource; no access right, or the port held by another program, is
+// Permission; an open port whose device goes or fails is Lost.
 
 #include "measure/io/abstractio.h"
 

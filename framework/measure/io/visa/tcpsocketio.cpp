@@ -8,6 +8,28 @@
 
 namespace zelt::measure::io::visa {
 
+namespace {
+
+LinkError kindOf(QAbstractSocket::SocketError error, bool wasOpen)
+{
+    switch (error) {
+    case QAbstractSocket::SocketTimeoutError:
+        return LinkError::TimedOut;
+    case QAbstractSocket::SocketAccessError:
+        return LinkError::Permission;
+    case QAbstractSocket::ConnectionRefusedError:
+    case QAbstractSocket::HostNotFoundError:
+    case QAbstractSocket::NetworkError:
+    case QAbstractSocket::RemoteHostClosedError:
+        return wasOpen ? LinkError::Lost : LinkError::Refused;
+    default:
+        // Whatever ends an open link has lost it.
+        return wasOpen ? LinkError::Lost : LinkError::Other;
+    }
+}
+
+} // namespace
+
 TcpSocketIO::TcpSocketIO(QString resource, QString host, quint16 port, int timeoutMs, QObject* parent)
     : AbstractIO(parent)
     , m_resource(std::move(resource))
@@ -32,7 +54,7 @@ TcpSocketIO::~TcpSocketIO()
 bool TcpSocketIO::open()
 {
     dropSocket(false);
-    setErrorString({});
+    setError(LinkError::None, {});
     m_socket = new QTcpSocket(this);
     connect(m_socket, &QTcpSocket::connected, this, &TcpSocketIO::onConnected);
     connect(m_socket, &QTcpSocket::disconnected, this, &TcpSocketIO::onDisconnected);
@@ -103,7 +125,7 @@ void TcpSocketIO::onDisconnected()
     QString const message = tr("The instrument at %1 closed the connection.").arg(m_resource);
     dropSocket(false);
     if (wasOpen) {
-        setErrorString(message);
+        setError(LinkError::Lost, message);
         Q_EMIT errorOccurred(message);
         Q_EMIT closed();
     }
@@ -116,8 +138,9 @@ void TcpSocketIO::onSocketError()
     bool const wasOpen = m_open;
     QString const message = wasOpen ? tr("Connection to %1 lost: %2").arg(m_resource, m_socket->errorString())
                                     : tr("Cannot connect to %1: %2").arg(m_resource, m_socket->errorString());
+    LinkError const kind = kindOf(m_socket->error(), wasOpen);
     dropSocket(false);
-    setErrorString(message);
+    setError(kind, message);
     Q_EMIT errorOccurred(message);
     if (wasOpen)
         Q_EMIT closed();
@@ -136,7 +159,7 @@ void TcpSocketIO::onConnectTimeout()
     QString const message
         = tr("Cannot connect to %1: no answer within %2 ms.").arg(m_resource).arg(m_timeout);
     dropSocket(false);
-    setErrorString(message);
+    setError(LinkError::TimedOut, message);
     Q_EMIT errorOccurred(message);
 }
 

@@ -1,6 +1,10 @@
 #pragma once
 // A raw TCP socket to an instrument ("TCPIP::host::port::SOCKET"): SCPI lines
 // as a byte stream, with the connect bounded by a time-out.
+// Failure kinds: a refused connect, an unknown host or an unreachable network
+// is Refused (a host name that does not resolve may be a switched-off
+// instrument's mDNS name, not a typing error); the connect's time-out is
+// TimedOut; an open link closed by the peer or broken is Lost.
 
 #include "measure/io/abstractio.h"
 

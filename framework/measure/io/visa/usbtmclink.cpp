@@ -112,6 +112,31 @@ QString UsbTmcLink::openError(QString const& node, int error)
     }
 }
 
+LinkError UsbTmcLink::errorKind(int error)
+{
+    switch (error) {
+    case EACCES:
+    case EPERM:
+    case EBUSY:
+        return LinkError::Permission;
+    case ENOENT:
+        return LinkError::InvalidResource;
+    case ENODEV:
+    case ENXIO:
+    case ESHUTDOWN:
+        return LinkError::Lost;
+    case ETIMEDOUT:
+        return LinkError::TimedOut;
+    default:
+        return LinkError::Other;
+    }
+}
+
+LinkFailure UsbTmcLink::failureOf(int error) const
+{
+    return {errorKind(error), openError(m_node, error)};
+}
+
 UsbTmcLink::UsbTmcLink(VisaResource const& resource, QString sysfsRoot, QString devRoot)
     : m_vendorId(resource.vendorId)
     , m_productId(resource.productId)
@@ -127,19 +152,21 @@ UsbTmcLink::~UsbTmcLink()
     UsbTmcLink::close();
 }
 
-bool UsbTmcLink::open(int timeoutMs, QString& error)
+bool UsbTmcLink::open(int timeoutMs, LinkFailure& failure)
 {
     VisaResource resource;
     resource.vendorId = m_vendorId;
     resource.productId = m_productId;
     resource.serialNumber = m_serial;
     resource.usbInterface = m_interface;
-    m_node = locate(resource, m_sysfsRoot, m_devRoot, error);
-    if (m_node.isEmpty())
+    m_node = locate(resource, m_sysfsRoot, m_devRoot, failure.cause);
+    if (m_node.isEmpty()) {
+        failure.kind = LinkError::InvalidResource;
         return false;
+    }
     m_fd = ::open(QFile::encodeName(m_node).constData(), O_RDWR | O_CLOEXEC);
     if (m_fd < 0) {
-        error = openError(m_node, errno);
+        failure = failureOf(errno);
         return false;
     }
     setTimeout(timeoutMs);
@@ -158,7 +185,7 @@ bool UsbTmcLink::setTimeout(int timeoutMs)
     return true;
 }
 
-bool UsbTmcLink::write(QByteArray const& data, int timeoutMs, QString& error)
+bool UsbTmcLink::write(QByteArray const& data, int timeoutMs, LinkFailure& failure)
 {
     setTimeout(timeoutMs);
     qsizetype done = 0;
@@ -167,7 +194,7 @@ bool UsbTmcLink::write(QByteArray const& data, int timeoutMs, QString& error)
         if (n < 0 && errno == EINTR)
             continue;
         if (n <= 0) {
-            error = openError(m_node, errno);
+            failure = failureOf(errno);
             return false;
         }
         done += n;
@@ -175,7 +202,7 @@ bool UsbTmcLink::write(QByteArray const& data, int timeoutMs, QString& error)
     return true;
 }
 
-MessageLink::ReadResult UsbTmcLink::read(QByteArray& data, int timeoutMs, QString& error)
+MessageLink::ReadResult UsbTmcLink::read(QByteArray& data, int timeoutMs, LinkFailure& failure)
 {
     setTimeout(timeoutMs);
     ssize_t n;
@@ -185,18 +212,18 @@ MessageLink::ReadResult UsbTmcLink::read(QByteArray& data, int timeoutMs, QStrin
     if (n < 0 && errno == ETIMEDOUT)
         return ReadResult::Timeout;
     if (n < 0) {
-        error = openError(m_node, errno);
+        failure = failureOf(errno);
         return ReadResult::Failed;
     }
     data.append(m_buffer.constData(), n);
     return ReadResult::Data;
 }
 
-bool UsbTmcLink::clear(int /*timeoutMs*/, QString& error)
+bool UsbTmcLink::clear(int /*timeoutMs*/, LinkFailure& failure)
 {
     if (::ioctl(m_fd, USBTMC_IOCTL_CLEAR) == 0)
         return true;
-    error = openError(m_node, errno);
+    failure = failureOf(errno);
     return false;
 }
 

@@ -36,20 +36,25 @@ public:
                           QString& error);
     // Why node cannot be opened, from the errno of open().
     static QString openError(QString const& node, int error);
+    // The kind of a failure with that errno: no access or a busy node is
+    // Permission, a missing node InvalidResource, a device gone Lost.
+    static LinkError errorKind(int error);
 
     UsbTmcLink(VisaResource const& resource, QString sysfsRoot = QStringLiteral("/sys"),
                QString devRoot = QStringLiteral("/dev"));
     ~UsbTmcLink() override;
 
-    bool open(int timeoutMs, QString& error) override;
-    bool write(QByteArray const& data, int timeoutMs, QString& error) override;
-    ReadResult read(QByteArray& data, int timeoutMs, QString& error) override;
+    // An instrument that is not connected is InvalidResource.
+    bool open(int timeoutMs, LinkFailure& failure) override;
+    bool write(QByteArray const& data, int timeoutMs, LinkFailure& failure) override;
+    ReadResult read(QByteArray& data, int timeoutMs, LinkFailure& failure) override;
     bool canClear() const override { return true; }
-    bool clear(int timeoutMs, QString& error) override;
+    bool clear(int timeoutMs, LinkFailure& failure) override;
     void close() override;
 
 private:
     bool setTimeout(int timeoutMs);
+    LinkFailure failureOf(int error) const;
 
     quint16 m_vendorId;
     quint16 m_productId;

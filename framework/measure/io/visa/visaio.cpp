@@ -72,12 +72,13 @@ bool VisaIO::open()
 {
     dropTransport(false);
     ++m_generation;
-    setErrorString({});
+    setError(LinkError::None, {});
 
     QString error;
-    m_transport = makeTransport(error);
+    LinkError kind = LinkError::InvalidResource;
+    m_transport = makeTransport(kind, error);
     if (!m_transport) {
-        fail(error);
+        fail(kind, error);
         return false;
     }
     connect(m_transport, &AbstractIO::opened, this, &AbstractIO::opened);
@@ -85,20 +86,20 @@ bool VisaIO::open()
     connect(m_transport, &AbstractIO::errorOccurred, this, &VisaIO::onTransportError);
     connect(m_transport, &AbstractIO::closed, this, &AbstractIO::closed);
     if (!m_transport->open()) {
-        fail(m_transport->errorString());
+        fail(m_transport->errorKind(), m_transport->errorString());
         dropTransport(false);
         return false;
     }
     return true;
 }
 
-AbstractIO* VisaIO::makeTransport(QString& error)
+AbstractIO* VisaIO::makeTransport(LinkError& kind, QString& error)
 {
     QString const library = m_attributes.value(QStringLiteral("visaLibrary")).toString();
     if (!library.isEmpty())
-        return makeLibraryTransport(library, error);
+        return makeLibraryTransport(library, kind, error);
     if (QString const preferred = VisaLibrary::preferredPath(); !preferred.isEmpty())
-        return makeLibraryTransport(preferred, error);
+        return makeLibraryTransport(preferred, kind, error);
 
     switch (m_resource.kind) {
     case VisaResource::Kind::TcpipSocket:
@@ -145,10 +146,11 @@ AbstractIO* VisaIO::makeTransport(QString& error)
     return nullptr;
 }
 
-AbstractIO* VisaIO::makeLibraryTransport(QString const& path, QString& error)
+AbstractIO* VisaIO::makeLibraryTransport(QString const& path, LinkError& kind, QString& error)
 {
     auto library = VisaLibrary::load(path, error);
     if (!library) {
+        kind = LinkError::Other;
         error = tr("Cannot open %1: %2").arg(m_resourceText, error);
         return nullptr;
     }
@@ -204,9 +206,9 @@ void VisaIO::dropTransport(bool flush)
     transport->deleteLater();
 }
 
-void VisaIO::fail(QString const& message)
+void VisaIO::fail(LinkError kind, QString const& message)
 {
-    setErrorString(message);
+    setError(kind, message);
     // Reported through the event loop, as a refused connection is, so that
     // callers see one failure path whatever went wrong.
     int const generation = m_generation;
@@ -233,7 +235,7 @@ void VisaIO::postClosed()
 
 void VisaIO::onTransportError(QString const& message)
 {
-    setErrorString(message);
+    setError(m_transport ? m_transport->errorKind() : LinkError::Other, message);
     Q_EMIT errorOccurred(message);
 }
 

@@ -4,7 +4,10 @@
 // ("ASRL...::INSTR"), VXI-11 ("TCPIP::host[::inst0]::INSTR"), USB-TMC
 // ("USB::vid::pid::serial::INSTR"), or an installed VISA library for what those
 // do not serve (aliases, GPIB) and for everything when one is asked for. Every
-// failure, whatever the transport, comes through errorOccurred().
+// failure, whatever the transport, comes through errorOccurred(), with the
+// transport's errorKind(). A resource that does not parse, that no transport
+// serves (GPIB without a VISA library) or whose serial setting is invalid is
+// InvalidResource; a VISA library that cannot be loaded is Other.
 
 #include "measure/io/abstractio.h"
 #include "measure/io/visa/visaresource.h"
@@ -52,10 +55,10 @@ public:
     QString description() const override { return m_resourceText; }
 
 private:
-    AbstractIO* makeTransport(QString& error);
-    AbstractIO* makeLibraryTransport(QString const& path, QString& error);
+    AbstractIO* makeTransport(LinkError& kind, QString& error);
+    AbstractIO* makeLibraryTransport(QString const& path, LinkError& kind, QString& error);
     void dropTransport(bool flush);
-    void fail(QString const& message);
+    void fail(LinkError kind, QString const& message);
     void postClosed();
     void onTransportError(QString const& message);
 

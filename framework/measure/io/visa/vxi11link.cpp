@@ -26,7 +26,7 @@ Vxi11Link::~Vxi11Link()
     Vxi11Link::close();
 }
 
-bool Vxi11Link::open(int timeoutMs, QString& error)
+bool Vxi11Link::open(int timeoutMs, LinkFailure& failure)
 {
     static std::once_flag initialised;
     std::call_once(initialised, [] { lxi_init(); });
@@ -38,27 +38,32 @@ bool Vxi11Link::open(int timeoutMs, QString& error)
     if (m_device < 0) {
         m_device = -1;
         // liblxi tells no cause: name where the link could fail.
-        error = QCoreApplication::translate("zelt::measure::io::visa::Vxi11Link",
-                                            "no VXI-11 link to device \"%1\" (the instrument's portmapper "
-                                            "on port 111 or its core channel refused or did not answer)")
-                    .arg(QString::fromUtf8(m_lanDevice));
+        failure.kind = LinkError::Refused;
+        failure.cause
+            = QCoreApplication::translate("zelt::measure::io::visa::Vxi11Link",
+                                          "no VXI-11 link to device \"%1\" (the instrument's portmapper "
+                                          "on port 111 or its core channel refused or did not answer)")
+                  .arg(QString::fromUtf8(m_lanDevice));
         return false;
     }
     m_buffer.resize(kAnswerLimit);
     return true;
 }
 
-bool Vxi11Link::write(QByteArray const& data, int timeoutMs, QString& error)
+bool Vxi11Link::write(QByteArray const& data, int timeoutMs, LinkFailure& failure)
 {
     if (lxi_send(m_device, data.constData(), int(data.size()), timeoutMs) < 0) {
-        error = QCoreApplication::translate("zelt::measure::io::visa::Vxi11Link",
-                                            "the instrument did not take a command (device_write failed)");
+        // liblxi tells no cause here either; a link that fails a write is gone.
+        failure.kind = LinkError::Lost;
+        failure.cause
+            = QCoreApplication::translate("zelt::measure::io::visa::Vxi11Link",
+                                          "the instrument did not take a command (device_write failed)");
         return false;
     }
     return true;
 }
 
-MessageLink::ReadResult Vxi11Link::read(QByteArray& data, int timeoutMs, QString& /*error*/)
+MessageLink::ReadResult Vxi11Link::read(QByteArray& data, int timeoutMs, LinkFailure& /*failure*/)
 {
     int const received = lxi_receive(m_device, m_buffer.data(), int(m_buffer.size()), timeoutMs);
     // liblxi reports a time-out and a broken link alike; a broken link shows at the next write.

@@ -1,6 +1,7 @@
 #pragma once
 // A VXI-11 link ("TCPIP::host[::inst0]::INSTR") through liblxi, whose calls block:
-// run it inside a MessageIO.
+// run it inside a MessageIO. liblxi gives no cause: a failed connect is
+// Refused, a failed write Lost.
 
 #include "measure/io/visa/messagelink.h"
 
@@ -12,9 +13,9 @@ public:
     Vxi11Link(QString host, QString lanDevice);
     ~Vxi11Link() override;
 
-    bool open(int timeoutMs, QString& error) override;
-    bool write(QByteArray const& data, int timeoutMs, QString& error) override;
-    ReadResult read(QByteArray& data, int timeoutMs, QString& error) override;
+    bool open(int timeoutMs, LinkFailure& failure) override;
+    bool write(QByteArray const& data, int timeoutMs, LinkFailure& failure) override;
+    ReadResult read(QByteArray& data, int timeoutMs, LinkFailure& failure) override;
     void close() override;
 
 private:
