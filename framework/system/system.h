@@ -8,8 +8,10 @@ namespace zelt::system {
 class System
 {
 public:
-    // Hands the file to the desktop's default application for its type. False,
-    // doing nothing, when the file doesn't exist or no application takes it.
+    // Hands the file to the desktop's default application for its type. False
+    // when the file doesn't exist or no application takes it; in a widget
+    // application the user is then told why, in a warning over the active
+    // window. An empty path is false without a word.
     static bool openFile(QString const& path);
 };
 
