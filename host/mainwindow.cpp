@@ -1,6 +1,8 @@
 #include "host/mainwindow.h"
 
 #include "host/connectdialog.h"
+#include "host/instrumentlist.h"
+#include "host/instrumentsession.h"
 #include "host/pluginmanager.h"
 #include "host/simulatedinstrument.h"
 
@@ -15,7 +17,9 @@
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QSettings>
 #include <QStatusBar>
+#include <QTableView>
 #include <QTimer>
 
 #include <algorithm>
@@ -27,12 +31,22 @@ MainWindow::MainWindow(PluginManager* plugins, QWidget* parent)
     : QMainWindow(parent)
     , m_plugins(plugins)
     , m_mdi(new QMdiArea(this))
+    , m_list(new InstrumentListDock(this))
 {
     setWindowTitle(tr("Zelt Instruments"));
     setWindowIcon(QIcon(QStringLiteral(":/images/zelt-host.png")));
     m_mdi->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     m_mdi->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setCentralWidget(m_mdi);
+    addDockWidget(Qt::BottomDockWidgetArea, m_list);
+    connect(m_list, &InstrumentListDock::activated, this, [this](InstrumentSession* session) {
+        if (auto* window = session->window()) {
+            if (window->isMinimized())
+                window->showNormal();
+            m_mdi->setActiveSubWindow(window);
+            window->raise();
+        }
+    });
     createMenus();
     reportPlugins();
     resize(1280, 800);
@@ -53,9 +67,9 @@ void MainWindow::createMenus()
     QAction* quit = instrument->addAction(tr("&Quit"), this, &QWidget::close);
     quit->setShortcut(QKeySequence::Quit);
 
-    QMenu* window = menuBar()->addMenu(tr("&Window"));
-    window->addAction(tr("&Tile"), m_mdi, &QMdiArea::tileSubWindows);
-    window->addAction(tr("&Cascade"), m_mdi, &QMdiArea::cascadeSubWindows);
+    m_windowMenu = menuBar()->addMenu(tr("&Window"));
+    connect(m_windowMenu, &QMenu::aboutToShow, this, &MainWindow::updateWindowMenu);
+    updateWindowMenu();
 
     QMenu* help = menuBar()->addMenu(tr("&Help"));
     help->addAction(tr("&Plug-ins..."), this, &MainWindow::showPlugins);
@@ -138,12 +152,18 @@ bool MainWindow::openEquipment(QSharedPointer<zelt::widget::EquipmentInfo> const
         delete simulator;
         return false;
     }
-    connect(window, &zelt::widget::EquipmentWindow::opened, this,
-            [this](QSharedPointer<zelt::widget::EquipmentInfo> const& opened) {
-                if (opened)
-                    statusBar()->showMessage(tr("%1 opened on %2").arg(opened->name, opened->resource), 5000);
-                Q_EMIT equipmentOpened(opened);
-            });
+    connect(window, &zelt::widget::EquipmentWindow::opened, this, &MainWindow::equipmentOpened);
+    // The session goes with its window.
+    auto* session = new InstrumentSession(window, window);
+    m_sessions.append(session);
+    m_list->model()->add(session);
+    connect(session, &InstrumentSession::answered, this, [this, info = info] {
+        statusBar()->showMessage(tr("%1 opened on %2").arg(info->name, info->resource), 5000);
+        Q_EMIT equipmentAnswered(info);
+    });
+    connect(session, &InstrumentSession::refused, this, [this, info = info](QString const& message) {
+        statusBar()->showMessage(tr("%1: %2").arg(info->name, message));
+    });
     if (simulator) {
         // The simulator lives exactly as long as its window.
         connect(window, &QObject::destroyed, simulator, &QObject::deleteLater);
@@ -164,8 +184,176 @@ bool MainWindow::instrumentsOpen() const
                        [](QMdiSubWindow* window) { return !window->isHidden(); });
 }
 
+QList<InstrumentSession*> MainWindow::sessions() const
+{
+    QList<InstrumentSession*> alive;
+    for (auto const& session : m_sessions) {
+        if (session)
+            alive.append(session);
+    }
+    return alive;
+}
+
+void MainWindow::updateWindowMenu()
+{
+    m_windowMenu->clear();
+    m_windowMenu->addAction(tr("&Tile"), this, &MainWindow::tile);
+    m_windowMenu->addAction(tr("&Cascade"), m_mdi, &QMdiArea::cascadeSubWindows);
+    m_windowMenu->addAction(m_list->toggleViewAction());
+    QList<QMdiSubWindow*> const windows = m_mdi->subWindowList();
+    if (!windows.isEmpty())
+        m_windowMenu->addSeparator();
+    int number = 0;
+    for (QMdiSubWindow* window : windows) {
+        ++number;
+        QString const text
+            = number < 10 ? tr("&%1 %2").arg(number).arg(window->windowTitle()) : window->windowTitle();
+        QAction* action
+            = m_windowMenu->addAction(text, this, [this, window = QPointer<QMdiSubWindow>(window)] {
+                  if (!window)
+                      return;
+                  if (window->isMinimized())
+                      window->showNormal();
+                  m_mdi->setActiveSubWindow(window);
+              });
+        action->setCheckable(true);
+        action->setChecked(window == m_mdi->activeSubWindow());
+    }
+}
+
+void MainWindow::tile()
+{
+    QList<QMdiSubWindow*> windows;
+    for (QMdiSubWindow* window : m_mdi->subWindowList()) {
+        if (!window->isHidden())
+            windows.append(window);
+    }
+    if (windows.isEmpty())
+        return;
+    // A grid as square as the count allows, every cell inside the area, so that no scroll bar
+    // appears; a window may be smaller than its content would like and scrolls inside instead.
+    int const count = int(windows.size());
+    int columns = 1;
+    while (columns * columns < count)
+        ++columns;
+    int const rows = (count + columns - 1) / columns;
+    QSize const area = m_mdi->viewport()->size();
+    for (int i = 0; i < count; ++i) {
+        QMdiSubWindow* window = windows.at(i);
+        int const row = i / columns;
+        int const column = i % columns;
+        // The last row's windows share its width.
+        int const inRow = row == rows - 1 ? count - row * columns : columns;
+        int const x0 = column * area.width() / inRow;
+        int const x1 = (column + 1) * area.width() / inRow;
+        int const y0 = row * area.height() / rows;
+        int const y1 = (row + 1) * area.height() / rows;
+        window->showNormal();
+        window->setMinimumSize(0, 0);
+        window->setGeometry(x0, y0, x1 - x0, y1 - y0);
+    }
+}
+
+QList<ConnectRequest> MainWindow::savedInstruments()
+{
+    QSettings settings;
+    QList<ConnectRequest> requests;
+    int const count = settings.beginReadArray(QStringLiteral("lastInstruments"));
+    for (int i = 0; i < count; ++i) {
+        settings.setArrayIndex(i);
+        ConnectRequest request;
+        request.family = settings.value(QStringLiteral("family")).toString();
+        request.model = settings.value(QStringLiteral("model")).toString();
+        request.name = settings.value(QStringLiteral("name")).toString();
+        request.resource = settings.value(QStringLiteral("resource")).toString();
+        request.simulated = settings.value(QStringLiteral("simulated")).toBool();
+        if (!request.model.isEmpty())
+            requests.append(request);
+    }
+    settings.endArray();
+    return requests;
+}
+
+void MainWindow::saveOpenInstruments() const
+{
+    QSettings settings;
+    settings.beginWriteArray(QStringLiteral("lastInstruments"));
+    int index = 0;
+    for (InstrumentSession* session : sessions()) {
+        auto const info = session->equipment();
+        if (!info)
+            continue;
+        settings.setArrayIndex(index++);
+        settings.setValue(QStringLiteral("family"), info->family);
+        settings.setValue(QStringLiteral("model"), info->model);
+        settings.setValue(QStringLiteral("name"), info->name);
+        // A simulated instrument gets a new port each time: its model is what counts.
+        settings.setValue(QStringLiteral("resource"), info->simulated ? QString() : info->resource);
+        settings.setValue(QStringLiteral("simulated"), info->simulated);
+    }
+    settings.endArray();
+}
+
+bool MainWindow::offerRestore(std::function<void()> declined)
+{
+    QList<ConnectRequest> const requests = savedInstruments();
+    if (requests.isEmpty())
+        return false;
+    QStringList lines;
+    for (ConnectRequest const& request : requests) {
+        lines << (request.simulated ? tr("%1 (simulated %2)").arg(request.name, request.model)
+                                    : tr("%1 on %2").arg(request.name, request.resource));
+    }
+    auto* box = new QMessageBox(QMessageBox::Question, tr("Reopen instruments"),
+                                tr("Reopen the instruments that were open when the host last quit?\n\n%1")
+                                    .arg(lines.join(QLatin1Char('\n'))),
+                                QMessageBox::Yes | QMessageBox::No, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    connect(box, &QMessageBox::finished, this, [this, box, requests, declined] {
+        if (box->clickedButton() != box->button(QMessageBox::Yes)) {
+            if (declined)
+                declined();
+            return;
+        }
+        QStringList errors;
+        for (ConnectRequest const& request : requests) {
+            QString error;
+            if (!open(request, &error))
+                errors << error;
+        }
+        if (!errors.isEmpty())
+            QMessageBox::warning(this, QString(), errors.join(QLatin1Char('\n')));
+    });
+    box->open();
+    return true;
+}
+
+bool MainWindow::confirmQuit()
+{
+    QStringList on;
+    for (InstrumentSession* session : sessions()) {
+        if (session->outputOn() && session->equipment())
+            on << session->equipment()->name;
+    }
+    if (on.isEmpty())
+        return true;
+    return QMessageBox::question(this, tr("Quit"),
+                                 tr("The output of %1 is on, and stays on when the host quits.\n"
+                                    "Quit anyway?")
+                                     .arg(on.join(QStringLiteral(", "))),
+                                 QMessageBox::Yes | QMessageBox::No, QMessageBox::No)
+        == QMessageBox::Yes;
+}
+
 void MainWindow::closeEvent(QCloseEvent* event)
 {
+    if (!m_closingInstruments && !m_closeBoundPassed) {
+        if (!confirmQuit()) {
+            event->ignore();
+            return;
+        }
+        saveOpenInstruments();
+    }
     if (m_closeBoundPassed || !instrumentsOpen()) {
         QMainWindow::closeEvent(event);
         Q_EMIT closed();

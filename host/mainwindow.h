@@ -4,13 +4,20 @@
 
 #include "widget/equipmentinfo.h"
 
+#include <QList>
 #include <QMainWindow>
+#include <QPointer>
 #include <QSharedPointer>
 
+#include <functional>
+
 class QMdiArea;
+class QMenu;
 
 namespace zelt::host {
 
+class InstrumentListDock;
+class InstrumentSession;
 class PluginManager;
 struct ConnectRequest;
 
@@ -33,10 +40,23 @@ public:
     // Shows the connect dialog, not blocking; simulated preselects the simulator.
     void showConnectDialog(bool simulated = false);
 
+    // The instruments that were open when the host last quit.
+    static QList<ConnectRequest> savedInstruments();
+    // Asks, not blocking, whether to reopen the saved instruments, and reopens them on Yes;
+    // declined runs on No. False, asking nothing, when none were saved.
+    bool offerRestore(std::function<void()> declined = {});
+    // The host's record of each open instrument, in the order they were opened.
+    QList<InstrumentSession*> sessions() const;
+    InstrumentListDock* instrumentList() const { return m_list; }
+    // Tiles the instrument windows in a grid that fills the area.
+    void tile();
+
     // How long a quit waits for the instrument windows to finish closing.
     static constexpr int kCloseBoundMs = 5000;
 
 Q_SIGNALS:
+    // An instrument has answered for the first time.
+    void equipmentAnswered(QSharedPointer<zelt::widget::EquipmentInfo> const& info);
     // An instrument window has told that it opened.
     void equipmentOpened(QSharedPointer<zelt::widget::EquipmentInfo> const& info);
     // The main window has closed, after its instrument windows.
@@ -55,11 +75,18 @@ private:
     void reportPlugins();
     void showAbout();
     void showPlugins();
+    void updateWindowMenu();
+    // Asks before quitting while an instrument's output is on; false to stay.
+    bool confirmQuit();
+    void saveOpenInstruments() const;
 
     bool instrumentsOpen() const;
 
     PluginManager* m_plugins;
     QMdiArea* m_mdi;
+    InstrumentListDock* m_list;
+    QMenu* m_windowMenu = nullptr;
+    QList<QPointer<InstrumentSession>> m_sessions;
     bool m_closingInstruments = false;
     bool m_closeBoundPassed = false;
 };

@@ -8,6 +8,9 @@ packages=(
     qt6-base-dev qt6-base-dev-tools qt6-serialport-dev # Qt, and the serial-line transport
     libqcustomplot-dev                                 # the charts
     liblxi-dev libtirpc-dev                            # the VXI-11 transport
+    netbase                                            # /etc/protocols, which VXI-11's RPC reads
+    libqt6sql6-sqlite libqt6sql6-psql                  # the session store's two databases
+    postgresql                                         # a real server for the store's tests
     libgl-dev                                          # Qt6::Gui's CMake package asks for it
     fonts-dejavu-core                                  # the same font in every offscreen test
     clang-format clang-tidy                            # the formatting and lint gates

@@ -1,7 +1,10 @@
 #include "measure/measureinst.h"
 
 #include "measure/io/abstractio.h"
+#include "measure/queryclient.h"
 #include "util/code.h"
+
+#include <algorithm>
 
 namespace zelt::measure {
 
@@ -22,6 +25,7 @@ MeasureInst::MeasureInst(QSharedPointer<io::AbstractIO> io, bool closeIoOnStop, 
     , m_closeIoOnStop(closeIoOnStop)
     , m_nextTimer(this)
     , m_watchdog(this)
+    , m_errorKind(io::LinkError::None)
 {
     m_nextTimer.setSingleShot(true);
     connect(&m_nextTimer, &QTimer::timeout, this, [this] {
@@ -56,11 +60,13 @@ bool MeasureInst::open()
     clearRun();
     m_ring = initCommand();
     m_errorString.clear();
+    m_errorKind = io::LinkError::None;
     m_state = State::Opening;
 
     if (!m_io) {
         m_errorString = tr("No I/O channel to open.");
-        beginStop();
+        m_errorKind = io::LinkError::InvalidResource;
+        beginStop(int(QueryClient::Failure::Stopped));
         return false;
     }
     if (m_io->isOpen()) {
@@ -87,7 +93,7 @@ bool MeasureInst::close(bool drain)
         return true;
     case State::Opening:
         m_io->abort();
-        beginStop();
+        beginStop(int(QueryClient::Failure::Stopped));
         return true;
     case State::Running:
         if (drain && (m_awaiting || !m_fifo.empty())) {
@@ -98,7 +104,7 @@ bool MeasureInst::close(bool drain)
         }
         if (m_closeIoOnStop)
             m_io->close();
-        beginStop();
+        beginStop(int(QueryClient::Failure::Stopped));
         return true;
     }
     return false;
@@ -110,7 +116,7 @@ void MeasureInst::closeForce()
         return;
     if (m_io)
         m_io->abort();
-    beginStop();
+    beginStop(int(QueryClient::Failure::Stopped));
 }
 
 QList<QSharedPointer<WordBox>> MeasureInst::initCommand()
@@ -120,8 +126,63 @@ QList<QSharedPointer<WordBox>> MeasureInst::initCommand()
 
 void MeasureInst::processWord(QSharedPointer<util::Word> const& word)
 {
-    if (word && word->code())
-        m_io->write(word->code()->frame());
+    if (!word || !word->code())
+        return;
+    m_io->write(word->code()->frame());
+    if (!word->needResponse())
+        Q_EMIT settingWritten(word);
+}
+
+io::LinkError MeasureInst::errorKind() const
+{
+    return m_errorKind;
+}
+
+bool MeasureInst::submit(QueryClient* client, quint64 ticket, QByteArray const& line, int milliseconds,
+                         bool next)
+{
+    if (m_state != State::Running)
+        return false;
+    Entry entry {makeWord(QString::fromUtf8(line), milliseconds), client, ticket};
+    if (next)
+        m_fifo.push_front(std::move(entry));
+    else
+        m_fifo.push_back(std::move(entry));
+    if (!m_awaiting)
+        scheduleNext();
+    return true;
+}
+
+void MeasureInst::forget(QueryClient* client)
+{
+    m_fifo.erase(std::remove_if(m_fifo.begin(), m_fifo.end(),
+                                [client](Entry const& entry) { return entry.client == client; }),
+                 m_fifo.end());
+    // The answer of its word in flight is still taken off the line, and dropped.
+    if (m_currentClient == client)
+        m_currentClient = nullptr;
+}
+
+void MeasureInst::failClients(int reason)
+{
+    // Taken out first: a receiver may call back into the queue.
+    std::vector<Entry> failed;
+    if (m_clientCurrent && m_currentClient)
+        failed.push_back({m_current, m_currentClient, m_currentTicket});
+    m_clientCurrent = false;
+    m_currentClient = nullptr;
+    for (auto it = m_fifo.begin(); it != m_fifo.end();) {
+        if (it->client) {
+            failed.push_back(std::move(*it));
+            it = m_fifo.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    for (Entry const& entry : failed) {
+        entry.client->end();
+        Q_EMIT entry.client->failed(entry.ticket, QueryClient::Failure(reason));
+    }
 }
 
 bool MeasureInst::pickFrame(QByteArray& buffer, QByteArray& frame)
@@ -202,7 +263,7 @@ void MeasureInst::AppendCommand(QList<QSharedPointer<WordBox>> const& boxes)
         if (box->isCyclic())
             m_ring.append(box);
         else
-            m_fifo.push_back(box->word());
+            m_fifo.push_back({box->word()});
     }
     if (!m_awaiting)
         scheduleNext();
@@ -213,7 +274,7 @@ void MeasureInst::AppendCommand(QSharedPointer<util::Word> const& word, bool onc
     if (!word)
         return;
     if (once)
-        m_fifo.push_back(word);
+        m_fifo.push_back({word});
     else
         m_ring.append(WordBoxFactory::makeCyclic(word));
     if (!m_awaiting)
@@ -226,8 +287,12 @@ void MeasureInst::clearCommand(bool cyclic, bool pending)
         m_ring.clear();
         m_ringPos = 0;
     }
-    if (pending)
-        m_fifo.clear();
+    if (pending) {
+        // Only the driver's own: other askers' words are theirs to withdraw.
+        m_fifo.erase(std::remove_if(m_fifo.begin(), m_fifo.end(),
+                                    [](Entry const& entry) { return entry.client == nullptr; }),
+                     m_fifo.end());
+    }
 }
 
 bool MeasureInst::needResponse(QSharedPointer<util::Word> const& word) const
@@ -276,8 +341,9 @@ void MeasureInst::onIoError(QString const& message)
     if (m_state == State::Idle || m_state == State::Closing)
         return;
     m_errorString = message;
+    m_errorKind = m_io->errorKind() == io::LinkError::None ? io::LinkError::Lost : m_io->errorKind();
     m_io->abort();
-    beginStop();
+    beginStop(int(QueryClient::Failure::LinkLost));
     Q_EMIT ioError(message);
 }
 
@@ -306,8 +372,12 @@ void MeasureInst::readyRead(QByteArray const& data)
         }
         // While resynchronising, or with nothing awaiting it: a late or
         // unsolicited answer, dropped.
-        if (m_awaiting && !m_resyncing)
-            decodeFrame(m_frame);
+        if (m_awaiting && !m_resyncing) {
+            if (m_clientCurrent)
+                answerClient();
+            else
+                decodeFrame(m_frame);
+        }
         if (m_state != State::Running && m_state != State::Draining)
             break;
     }
@@ -329,7 +399,10 @@ void MeasureInst::onWatchdog()
     if (m_sent.elapsed() < m_deadline)
         return;
     if (!m_resyncing) {
-        processTimeout(m_current);
+        if (m_clientCurrent)
+            timeOutClient();
+        else
+            processTimeout(m_current);
         return;
     }
     // The barrier went unanswered: that counts as an error like any word's,
@@ -339,6 +412,9 @@ void MeasureInst::onWatchdog()
     m_awaiting = false;
     m_buffer.clear();
     Q_EMIT processError(m_barrier);
+    // Other askers are told at once rather than kept waiting behind barriers.
+    if (m_state == State::Running)
+        failClients(int(QueryClient::Failure::Resynchronising));
     if (m_state == State::Running) {
         sendBarrier(int(m_deadline));
     } else if (m_state == State::Draining) {
@@ -366,16 +442,32 @@ void MeasureInst::dispatch()
 
     QSharedPointer<util::Word> next;
     if (!m_fifo.empty()) {
-        next = std::move(m_fifo.front());
+        Entry& front = m_fifo.front();
+        if (front.client) {
+            Entry entry = std::move(front);
+            m_fifo.pop_front();
+            dispatchClient(std::move(entry));
+            return;
+        }
+        next = std::move(front.word);
         m_fifo.pop_front();
     } else if (m_state == State::Draining) {
         if (m_closeIoOnStop)
             m_io->close();
-        beginStop();
+        beginStop(int(QueryClient::Failure::Stopped));
         return;
     } else if (!m_ring.isEmpty()) {
-        if (m_ringPos >= m_ring.size())
+        if (m_ringPos >= m_ring.size()) {
             m_ringPos = 0;
+            Q_EMIT passCompleted();
+            // A receiver may have stopped the run or queued a word of its own.
+            if (m_state != State::Running || m_nextDue)
+                return;
+            if (!m_fifo.empty()) {
+                dispatch();
+                return;
+            }
+        }
         next = m_ring.at(m_ringPos++)->word();
     } else {
         // Nothing to run: the queue waits until something is appended.
@@ -394,6 +486,56 @@ void MeasureInst::dispatch()
         scheduleNext();
 }
 
+void MeasureInst::dispatchClient(Entry entry)
+{
+    m_current = std::move(entry.word);
+    m_clientCurrent = true;
+    m_currentClient = entry.client;
+    m_currentTicket = entry.ticket;
+    bool const query = m_current->needResponse();
+    if (query)
+        arm(m_wordTimeLimit > 0 ? qMin(m_current->time(), m_wordTimeLimit) : m_current->time());
+    else
+        m_awaiting = false;
+    m_io->write(m_current->code()->frame());
+    if (!query) {
+        QueryClient* client = std::exchange(m_currentClient, nullptr);
+        m_clientCurrent = false;
+        scheduleNext();
+        if (client) {
+            client->end();
+            Q_EMIT client->written(entry.ticket);
+        }
+    }
+}
+
+void MeasureInst::answerClient()
+{
+    QueryClient* client = std::exchange(m_currentClient, nullptr);
+    m_clientCurrent = false;
+    m_awaiting = false;
+    scheduleNext();
+    if (client) {
+        client->end();
+        Q_EMIT client->answered(m_currentTicket, m_frame);
+    }
+}
+
+void MeasureInst::timeOutClient()
+{
+    int const bound = int(m_deadline);
+    QueryClient* client = std::exchange(m_currentClient, nullptr);
+    m_clientCurrent = false;
+    m_awaiting = false;
+    m_buffer.clear();
+    if (client) {
+        client->end();
+        Q_EMIT client->failed(m_currentTicket, QueryClient::Failure::TimedOut);
+    }
+    if (m_state == State::Running || m_state == State::Draining)
+        sendBarrier(bound);
+}
+
 void MeasureInst::arm(int milliseconds)
 {
     m_awaiting = true;
@@ -409,6 +551,8 @@ void MeasureInst::clearRun()
     m_ringPos = 0;
     m_fifo.clear();
     m_current.reset();
+    m_clientCurrent = false;
+    m_currentClient = nullptr;
     m_awaiting = false;
     m_resyncing = false;
     m_barriersUnanswered = 0;
@@ -418,9 +562,10 @@ void MeasureInst::clearRun()
     m_watchdog.stop();
 }
 
-void MeasureInst::beginStop()
+void MeasureInst::beginStop(int reason)
 {
     m_state = State::Closing;
+    failClients(reason);
     clearRun();
     // stoped() always comes through the event loop, never from inside the call
     // that stopped the run: a receiver may safely close its window there.

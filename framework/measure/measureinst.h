@@ -30,6 +30,22 @@
 // handled, and a word served within its own processWord() (no response awaited,
 // or a derived class that consumes it) hands over through a zero timer.
 // Frames that arrive when no word awaits a response are dropped.
+//
+// Words from other askers. Beside the driver, others may put lines into the
+// queue through a QueryClient (the host's error-queue reader, a console, a
+// script port). Their words join the FIFO of one-shot words and go out between
+// two ring entries like any other; they never pass through processWord(), and
+// the answer to a client's query goes to that client alone, never to
+// decodeFrame(). A line is a query when it holds a '?' outside quoted text; it
+// then waits for one answer line within its own time, and a time-out is
+// followed by the same resynchronisation as the driver's, without a
+// processError() (the driver's error count is the driver's). A client's setting
+// goes out and is done. Every word of a client ends in exactly one of
+// QueryClient::answered(), written() or failed(), whose failure says why: its
+// own time-out, the instrument going silent during a resynchronisation, the
+// link lost, the run stopped, or no run at all. clearCommand() leaves client
+// words alone. With no client word waiting, the lines on the wire are exactly
+// the driver's.
 
 #include "measure/instrument.h"
 #include "measure/wordbox.h"
@@ -47,7 +63,10 @@ namespace zelt::measure {
 
 namespace io {
 class AbstractIO;
-}
+enum class LinkError;
+} // namespace io
+
+class QueryClient;
 
 class MeasureInst : public Instrument
 {
@@ -112,8 +131,9 @@ public:
     int wordTimeLimit() const { return m_wordTimeLimit; }
 
     QSharedPointer<io::AbstractIO> io() const { return m_io; }
-    // The last failure of the channel, for messages.
+    // The last failure of the channel, for messages, and its kind.
     QString errorString() const { return m_errorString; }
+    io::LinkError errorKind() const;
 
     int ringSize() const { return int(m_ring.size()); }
     int pendingSize() const { return int(m_fifo.size()); }
@@ -122,11 +142,34 @@ Q_SIGNALS:
     void started();
     void stoped();
     void processError(QSharedPointer<zelt::util::Word> const& word);
+    // A word that awaits no answer has been written to the channel by
+    // processWord(): a setting of the driver. Not emitted for client words.
+    void settingWritten(QSharedPointer<zelt::util::Word> const& word);
+    // One pass over the ring has ended: the driver has a fresh reading.
+    void passCompleted();
     // The channel failed to open or was lost; stoped() follows.
     void ioError(QString const& message);
 
 private:
+    friend class QueryClient;
     enum class State { Idle, Opening, Running, Draining, Closing };
+
+    // A one-shot word, and who asked for it: null for the driver.
+    struct Entry
+    {
+        QSharedPointer<util::Word> word;
+        QueryClient* client = nullptr;
+        quint64 ticket = 0;
+    };
+
+    // QueryClient's side.
+    bool submit(QueryClient* client, quint64 ticket, QByteArray const& line, int milliseconds, bool next);
+    void forget(QueryClient* client);
+    // Fails every client word in the queue (and the one in flight) with reason.
+    void failClients(int reason);
+    void dispatchClient(Entry entry);
+    void answerClient();
+    void timeOutClient();
 
     void onOpened();
     void onClosed();
@@ -140,7 +183,8 @@ private:
     static bool isBarrierAnswer(QByteArray const& frame);
     // Empties the queue and forgets the word in flight and any partial frame.
     void clearRun();
-    void beginStop();
+    // reason: the QueryClient::Failure that words of other askers still waiting end in.
+    void beginStop(int reason);
     void finishStop();
 
     QSharedPointer<io::AbstractIO> m_io;
@@ -149,9 +193,12 @@ private:
 
     QList<QSharedPointer<WordBox>> m_ring;
     qsizetype m_ringPos = 0;
-    std::deque<QSharedPointer<util::Word>> m_fifo;
+    std::deque<Entry> m_fifo;
 
     QSharedPointer<util::Word> m_current;
+    QueryClient* m_currentClient = nullptr; // whose word is current, if not the driver's
+    quint64 m_currentTicket = 0;
+    bool m_clientCurrent = false; // the current word is a client's (its client may have gone)
     bool m_awaiting = false;
     bool m_inDelivery = false; // handling frames from the channel
     bool m_nextDue = false; // served while in delivery: dispatch on return
@@ -168,6 +215,7 @@ private:
     QTimer m_nextTimer;
     QTimer m_watchdog;
     QString m_errorString;
+    io::LinkError m_errorKind;
 };
 
 } // namespace zelt::measure

@@ -48,6 +48,8 @@ void setUpParser(QCommandLineParser& parser)
          "FILE"},
         {"delay", QCoreApplication::translate("main", "Seconds to wait before the screenshot (default 1)."),
          "SECONDS", "1"},
+        {"no-restore",
+         QCoreApplication::translate("main", "Do not offer to reopen the instruments of the last session.")},
     });
 }
 
@@ -158,6 +160,12 @@ int main(int argc, char* argv[])
         opening = window.openSimulated(parser.value("simulate"), name, &error);
     } else if (parser.isSet("resource")) {
         opening = window.openResource(parser.value("model"), parser.value("resource"), name, &error);
+    } else if (screenshot.isEmpty() && !parser.isSet("no-restore") && window.offerRestore([&window, name] {
+                   QString declinedError;
+                   if (!window.openSimulated(kDefaultModel, name, &declinedError))
+                       window.showConnectDialog(false);
+               })) {
+        // Asked, not blocking: the answer opens the instruments.
     } else if (plugins.findModel(kDefaultModel)) {
         opening = window.openSimulated(kDefaultModel, name, &error);
     } else {

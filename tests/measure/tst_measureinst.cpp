@@ -4,7 +4,10 @@
 
 #include "measure/io/visa/visaio.h"
 #include "measure/measureinst.h"
+#include "measure/queryclient.h"
 #include "util/code.h"
+
+#include <QMetaEnum>
 
 #include <QSignalSpy>
 #include <QTcpServer>
@@ -350,6 +353,70 @@ private Q_SLOTS:
         QTRY_VERIFY(m_probe->decoded.size() >= 4);
         QCOMPARE(m_peer->connections(), 2);
         QCOMPARE(stoped.size(), 1);
+    }
+
+    // A line of another asker ends in exactly one outcome, and neither it nor its answer ever
+    // reaches the driver, whose ring goes on answered in step.
+    void clientWordsReachOnlyTheirAsker_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<int>("peer"); // 0 answers, 1 stays silent, 2 drops the connection
+        QTest::addColumn<bool>("running");
+        QTest::addColumn<bool>("stop"); // the run is stopped while the word waits
+        QTest::addColumn<QString>("outcome");
+        QTest::newRow("query answered") << "Q?" << 0 << true << false << "answered Q?=ok";
+        QTest::newRow("? in quotes is a setting") << "S \"a?\"" << 0 << true << false << "written";
+        QTest::newRow("query timed out") << "Q?" << 1 << true << false << "failed TimedOut";
+        QTest::newRow("link lost") << "Q?" << 2 << true << false << "failed LinkLost";
+        QTest::newRow("run stopped") << "Q?" << 1 << true << true << "failed Stopped";
+        QTest::newRow("not running") << "Q?" << 0 << false << false << "failed NotRunning";
+    }
+
+    void clientWordsReachOnlyTheirAsker()
+    {
+        QFETCH(QString, line);
+        QFETCH(int, peer);
+        QFETCH(bool, running);
+        QFETCH(bool, stop);
+        QFETCH(QString, outcome);
+        m_peer->setResponder([this, peer](QString const& received) -> QString {
+            if (received == QLatin1String("*IDN?"))
+                return LinePeer::identity();
+            if (received.startsWith(QLatin1Char('Q')) && peer == 2)
+                QTimer::singleShot(0, this, [this] { delete std::exchange(m_peer, nullptr); });
+            if (received.startsWith(QLatin1Char('Q')) && peer != 0)
+                return QString();
+            return received.endsWith(QLatin1Char('?')) ? received + QStringLiteral("=ok") : QString();
+        });
+        m_probe->setRing({"A?", "B?"});
+        m_probe->setWordTimeLimit(300);
+        if (running)
+            QVERIFY(openAndWaitStarted());
+        QueryClient client(m_probe);
+        QStringList outcomes;
+        connect(&client, &QueryClient::answered, this, [&](quint64, QByteArray const& answer) {
+            outcomes << "answered " + QString::fromUtf8(answer);
+        });
+        connect(&client, &QueryClient::written, this, [&] { outcomes << QStringLiteral("written"); });
+        connect(&client, &QueryClient::failed, this, [&](quint64, QueryClient::Failure failure) {
+            outcomes << QStringLiteral("failed %1")
+                            .arg(QMetaEnum::fromType<QueryClient::Failure>().valueToKey(int(failure)));
+        });
+        client.send(line.toUtf8());
+        if (stop)
+            QTRY_VERIFY(m_peer->lines().contains(line) && m_probe->close());
+        QTRY_COMPARE(outcomes, QStringList {outcome});
+        QCOMPARE(client.pending(), 0);
+        if (running && !stop && peer != 2) {
+            int const decoded = int(m_probe->decoded.size());
+            QTRY_VERIFY(m_probe->decoded.size() >= decoded + 4);
+        }
+        QVERIFY(!m_probe->processed.contains(line));
+        for (QString const& decoded : std::as_const(m_probe->decoded)) {
+            QString const word = decoded.section(QLatin1Char('|'), 0, 0);
+            QCOMPARE(decoded, word + QLatin1Char('|') + word + QStringLiteral("=ok"));
+        }
+        QCOMPARE(outcomes.size(), 1);
     }
 };
 
