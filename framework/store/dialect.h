@@ -14,8 +14,7 @@
 
 namespace zelt::store::detail {
 
-// Numeric cells beyond this many stay in the row's texts only.
-constexpr int kNumberColumns = 24;
+using zelt::store::kNumberColumns;
 
 struct Dialect
 {

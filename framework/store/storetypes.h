@@ -9,6 +9,9 @@
 
 namespace zelt::store {
 
+// Cells 0 .. kNumberColumns - 1 are kept as numbers beside their texts where they are numbers.
+constexpr int kNumberColumns = 24;
+
 // Where the sessions go: a SQLite file, or a PostgreSQL database with a local SQLite
 // file that holds the rows the server has not taken yet.
 struct StoreTarget
