@@ -50,6 +50,8 @@ MainWindow::MainWindow(PluginManager* plugins, QWidget* parent)
     createMenus();
     reportPlugins();
     resize(1280, 800);
+    // A few rows tall: the instruments' own windows get the room.
+    resizeDocks({m_list}, {fontMetrics().height() * 7}, Qt::Vertical);
 }
 
 MainWindow::~MainWindow() = default;

@@ -1,0 +1,268 @@
+// What the host says about an instrument it holds: a lost or refused link, a tripped
+// protection and a setting the instrument rejected, each in the window's banner; the link
+// brought back by itself; the instruments reopened at the next start.
+
+#include "host/instrumentsession.h"
+#include "host/mainwindow.h"
+#include "host/pluginmanager.h"
+
+#include "measure/linkmonitor.h"
+#include "measure/measureinst.h"
+#include "measure/queryclient.h"
+#include "simulator/simserver.h"
+#include "tests/common/pollingring.h"
+#include "widget/equipmentwindow.h"
+#include "widget/linkbanner.h"
+
+#include <QtTest>
+#include <QtWidgets>
+
+#include <memory>
+
+using zelt::host::InstrumentSession;
+using zelt::host::MainWindow;
+using State = zelt::measure::LinkMonitor::State;
+
+namespace {
+
+QString const kModel = QStringLiteral("KVR9040-40");
+
+// The lines the instrument received from index from on, settings only.
+QStringList settingsSince(kvrsim::SimServer const& server, int from)
+{
+    return server.receivedLines().mid(from).filter(QRegularExpression(QStringLiteral("^[^?]*$")));
+}
+
+// Whether lines hold nothing but the polling ring, one whole pass of it included.
+bool onlyPolling(QStringList const& lines)
+{
+    QStringList const ring = pollingRing();
+    for (QString const& line : lines) {
+        if (!ring.contains(line))
+            return false;
+    }
+    for (qsizetype i = 0; i + ring.size() <= lines.size(); ++i) {
+        if (lines.mid(i, ring.size()) == ring)
+            return true;
+    }
+    return false;
+}
+
+// Presses the banner's button of that text on a row.
+bool press(InstrumentSession* session, QString const& text)
+{
+    for (QToolButton* button : session->banner()->findChildren<QToolButton*>()) {
+        if (button->text() == text && button->isVisible()) {
+            button->click();
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+class TestInstrumentSession : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<zelt::host::PluginManager> m_plugins;
+    std::unique_ptr<MainWindow> m_host;
+    kvrsim::SimServer m_server;
+
+    bool startServer(quint16 port = 0)
+    {
+        kvrsim::SimOptions options;
+        options.model = kModel;
+        options.noise = 0.0;
+        options.port = port;
+        m_server.clearLog();
+        return m_server.start(options);
+    }
+    InstrumentSession* open(QString const& resource, QString const& name = QStringLiteral("PSU"))
+    {
+        QString error;
+        if (!m_host->openResource(kModel, resource, name, &error)) {
+            qWarning() << error;
+            return nullptr;
+        }
+        return m_host->sessions().last();
+    }
+    static bool polling(InstrumentSession* session) { return session->monitor()->state() == State::Polling; }
+    // Sends lines through the instrument's queue as another asker would.
+    static void send(InstrumentSession* session, QList<QByteArray> const& lines)
+    {
+        auto* client = new zelt::measure::QueryClient(session->window()->parts().queue, session);
+        for (QByteArray const& line : lines)
+            client->send(line);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QApplication::setQuitOnLastWindowClosed(false);
+        m_plugins = std::make_unique<zelt::host::PluginManager>();
+        m_plugins->loadFolder(QStringLiteral(ZELT_KVR9000_PLUGIN_DIR));
+        for (auto const& failure : m_plugins->failures())
+            qWarning() << failure.path << failure.reason;
+        QVERIFY(m_plugins->findModel(kModel));
+    }
+    void init()
+    {
+        QSettings().clear();
+        m_host = std::make_unique<MainWindow>(m_plugins.get());
+        m_host->show();
+    }
+    void cleanup()
+    {
+        m_host->close();
+        QTRY_VERIFY_WITH_TIMEOUT(m_host->isHidden(), MainWindow::kCloseBoundMs + 1000);
+        m_host.reset();
+        m_server.stop();
+    }
+
+    void linkFailuresSaidInWords_data()
+    {
+        QTest::addColumn<bool>("listening");
+        QTest::addColumn<QString>("said");
+        QTest::newRow("lost mid-run, back by itself") << true << "Connection lost";
+        QTest::newRow("refused at connect") << false << "Connection refused";
+    }
+    void linkFailuresSaidInWords()
+    {
+        QFETCH(bool, listening);
+        QFETCH(QString, said);
+        QVERIFY(startServer());
+        quint16 const port = m_server.port();
+        QString const resource = m_server.resourceString();
+        if (!listening)
+            m_server.stop();
+        InstrumentSession* session = open(resource);
+        QVERIFY(session);
+        QWidget* live = session->window()->parts().live;
+        QVERIFY(live);
+        if (listening) {
+            QTRY_VERIFY(polling(session));
+            QTRY_VERIFY(!live->graphicsEffect());
+            QVERIFY(m_host->statusBar()->currentMessage().contains(QStringLiteral("opened")));
+            QElapsedTimer lost;
+            lost.start();
+            m_server.stop();
+            QTRY_VERIFY_WITH_TIMEOUT(session->banner()->rowText(InstrumentSession::LinkRow).contains(said),
+                                     1000);
+            QVERIFY2(lost.elapsed() < 1000, qPrintable(QString::number(lost.elapsed())));
+            QVERIFY(session->banner()
+                        ->rowText(InstrumentSession::LinkRow)
+                        .contains(QStringLiteral("Next try at")));
+            QVERIFY(session->window()->windowTitle().contains(QStringLiteral("[Reconnecting]")));
+        } else {
+            QTRY_COMPARE(session->monitor()->state(), State::Refused);
+            QVERIFY2(session->banner()->rowText(InstrumentSession::LinkRow).contains(said),
+                     qPrintable(session->banner()->rowText(InstrumentSession::LinkRow)));
+            QVERIFY(!m_host->statusBar()->currentMessage().contains(QStringLiteral("opened")));
+        }
+        QVERIFY(live->graphicsEffect());
+        if (!listening)
+            return;
+
+        // Back on the same port: the first try after a second finds it.
+        QVERIFY(startServer(port));
+        int const from = int(m_server.receivedLines().size());
+        QTRY_VERIFY_WITH_TIMEOUT(polling(session), 4000);
+        QTRY_VERIFY(!live->graphicsEffect());
+        QVERIFY(!session->banner()->hasRow(InstrumentSession::LinkRow));
+        QTRY_VERIFY(m_server.receivedLines().size() >= from + 3 * pollingRing().size());
+        QVERIFY(onlyPolling(m_server.receivedLines().mid(from)));
+    }
+
+    void protectionTripClearedFromTheBanner()
+    {
+        QVERIFY(startServer());
+        InstrumentSession* session = open(m_server.resourceString());
+        QVERIFY(session);
+        QTRY_VERIFY(polling(session));
+        send(session,
+             {":SOURce:CURRent:LEVel 2", ":SOURce:VOLTage:PROTection:LEVel 8",
+              ":SOURce:VOLTage:PROTection:STATe ON", ":OUTPut:STATe ON", ":SOURce:VOLTage:LEVel 12"});
+        QTRY_VERIFY(session->banner()->hasRow(InstrumentSession::OverVoltageRow));
+        QVERIFY(session->banner()
+                    ->rowText(InstrumentSession::OverVoltageRow)
+                    .contains(QStringLiteral("Over-voltage")));
+        QVERIFY(!session->banner()->hasRow(InstrumentSession::OverCurrentRow));
+        QVERIFY(!session->outputOn());
+
+        int const from = int(m_server.receivedLines().size());
+        QVERIFY(press(session, QStringLiteral("Clear")));
+        QTRY_VERIFY(!session->banner()->hasRow(InstrumentSession::OverVoltageRow));
+        QCOMPARE(settingsSince(m_server, from), QStringList {":SOURce:VOLTage:PROTection:CLEar"});
+    }
+
+    void rejectedSettingShownWithItsLine_data()
+    {
+        QTest::addColumn<QString>("setting");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("out of range") << ":SOURce:VOLTage:LEVel 50.000"
+                                      << "-222,\"Data out of range\" after :SOURce:VOLTage:LEVel 50.000";
+        QTest::newRow("unknown header") << ":SOURce:VOLTage:LEVul 5"
+                                        << "-113,\"Undefined header\" after :SOURce:VOLTage:LEVul 5";
+    }
+    void rejectedSettingShownWithItsLine()
+    {
+        QFETCH(QString, setting);
+        QFETCH(QString, shown);
+        QVERIFY(startServer());
+        InstrumentSession* session = open(m_server.resourceString());
+        QVERIFY(session);
+        QTRY_VERIFY(polling(session));
+        QTRY_VERIFY(m_server.receivedLines().size() >= 3 * pollingRing().size());
+        QVERIFY(onlyPolling(m_server.receivedLines()));
+
+        // A setting as the driver sends it: a one-shot word that awaits no answer.
+        zelt::measure::MeasureInst* queue = session->window()->parts().queue;
+        queue->AppendCommand(queue->makeWord(setting, 0), true);
+        QTRY_VERIFY(session->banner()->rowText(InstrumentSession::ErrorRow).contains(shown));
+        QCOMPARE(session->instrumentErrors(), 1);
+        QTRY_COMPARE(m_server.receivedLines().count(QStringLiteral(":SYSTem:ERRor?")), 2);
+        QStringList const lines = m_server.receivedLines();
+        qsizetype const sent = lines.indexOf(setting);
+        QVERIFY(sent >= 0);
+        // Read right after the setting, until the instrument's queue is empty.
+        QCOMPARE(lines.mid(sent, 3), (QStringList {setting, ":SYSTem:ERRor?", ":SYSTem:ERRor?"}));
+    }
+
+    void reopenedAtTheNextStart()
+    {
+        QVERIFY(startServer());
+        kvrsim::SimServer second;
+        kvrsim::SimOptions options;
+        options.model = QStringLiteral("KVR9080-20");
+        QVERIFY(second.start(options));
+        QStringList const resources {m_server.resourceString(), second.resourceString()};
+        QVERIFY(open(resources.at(0), QStringLiteral("Left")));
+        QVERIFY(m_host->openResource(options.model, resources.at(1), QStringLiteral("Right")));
+        QTRY_VERIFY(polling(m_host->sessions().at(0)) && polling(m_host->sessions().at(1)));
+        m_host->close();
+        QTRY_VERIFY_WITH_TIMEOUT(m_host->isHidden(), MainWindow::kCloseBoundMs + 1000);
+
+        m_host = std::make_unique<MainWindow>(m_plugins.get());
+        m_host->show();
+        QVERIFY(m_host->offerRestore());
+        QTRY_VERIFY(qobject_cast<QMessageBox*>(QApplication::activeModalWidget()));
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        for (QString const& resource : resources)
+            QVERIFY2(box->text().contains(resource), qPrintable(box->text()));
+        box->button(QMessageBox::Yes)->click();
+        QTRY_COMPARE(m_host->sessions().size(), 2);
+        QStringList reopened;
+        for (InstrumentSession* session : m_host->sessions())
+            reopened << session->equipment()->name + QLatin1Char('@') + session->equipment()->resource;
+        QCOMPARE(reopened, (QStringList {"Left@" + resources.at(0), "Right@" + resources.at(1)}));
+        QTRY_VERIFY(polling(m_host->sessions().at(0)) && polling(m_host->sessions().at(1)));
+        m_host->close();
+        QTRY_VERIFY_WITH_TIMEOUT(m_host->isHidden(), MainWindow::kCloseBoundMs + 1000);
+    }
+};
+
+QTEST_MAIN(TestInstrumentSession)
+#include "tst_instrumentsession.moc"
