@@ -4,9 +4,12 @@
 #include "host/instrumentlist.h"
 #include "host/instrumentsession.h"
 #include "host/pluginmanager.h"
+#include "host/sessions/sessionbrowser.h"
+#include "host/sessions/sessionrecorder.h"
 #include "host/simulatedinstrument.h"
 
 #include "measure/io/visa/visaresource.h"
+#include "store/sessionstore.h"
 #include "widget/equipmentwindow.h"
 #include "widget/iequipment.h"
 
@@ -65,6 +68,14 @@ void MainWindow::createMenus()
     instrument->addAction(tr("&Simulate..."), this, [this] { showConnectDialog(true); });
     QAction* close = instrument->addAction(tr("C&lose"), m_mdi, &QMdiArea::closeActiveSubWindow);
     close->setShortcut(QKeySequence::Close);
+    instrument->addAction(tr("Sessi&ons..."), this, [this] {
+        zelt::store::StoreTarget target;
+        if (!m_store)
+            zelt::store::StoreTarget::parse({}, &target);
+        auto* browser = new SessionBrowser(m_store ? m_store->target() : target, this);
+        browser->setAttribute(Qt::WA_DeleteOnClose);
+        browser->show();
+    });
     instrument->addSeparator();
     QAction* quit = instrument->addAction(tr("&Quit"), this, &QWidget::close);
     quit->setShortcut(QKeySequence::Quit);
@@ -159,6 +170,11 @@ bool MainWindow::openEquipment(QSharedPointer<zelt::widget::EquipmentInfo> const
     auto* session = new InstrumentSession(window, window);
     m_sessions.append(session);
     m_list->model()->add(session);
+    if (m_store && window->parts().record) {
+        new SessionRecorder(m_store, window->parts().record, {info->name, info->model, info->resource});
+        connect(m_store, &zelt::store::SessionStore::message, session, &InstrumentSession::showNotice);
+        connect(m_store, &zelt::store::SessionStore::loggingStopped, session, &InstrumentSession::showNotice);
+    }
     connect(session, &InstrumentSession::answered, this, [this, info = info] {
         statusBar()->showMessage(tr("%1 opened on %2").arg(info->name, info->resource), 5000);
         Q_EMIT equipmentAnswered(info);
@@ -177,6 +193,13 @@ bool MainWindow::openEquipment(QSharedPointer<zelt::widget::EquipmentInfo> const
     else
         window->show();
     return true;
+}
+
+void MainWindow::setSessionStore(zelt::store::SessionStore* store)
+{
+    m_store = store;
+    connect(store, &zelt::store::SessionStore::loggingStopped, this,
+            [this](QString const& reason) { statusBar()->showMessage(reason); });
 }
 
 bool MainWindow::instrumentsOpen() const

@@ -14,6 +14,10 @@
 class QMdiArea;
 class QMenu;
 
+namespace zelt::store {
+class SessionStore;
+}
+
 namespace zelt::host {
 
 class InstrumentListDock;
@@ -36,6 +40,8 @@ public:
     bool openResource(QString const& model, QString const& resource, QString const& name,
                       QString* error = nullptr);
     bool open(ConnectRequest const& request, QString* error = nullptr);
+    // Each instrument window opened from now on logs its record there; the store outlives this.
+    void setSessionStore(zelt::store::SessionStore* store);
 
     // Shows the connect dialog, not blocking; simulated preselects the simulator.
     void showConnectDialog(bool simulated = false);
@@ -87,6 +93,7 @@ private:
     InstrumentListDock* m_list;
     QMenu* m_windowMenu = nullptr;
     QList<QPointer<InstrumentSession>> m_sessions;
+    QPointer<zelt::store::SessionStore> m_store;
     bool m_closingInstruments = false;
     bool m_closeBoundPassed = false;
 };

@@ -4,6 +4,7 @@
 #include "host/pluginmanager.h"
 
 #include "measure/io/visa/visalibrary.h"
+#include "store/sessionstore.h"
 #include "widget/modelinfo.h"
 
 #include <QApplication>
@@ -11,6 +12,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QIcon>
+#include <QSettings>
 #include <QTimer>
 #include <QtGlobal>
 
@@ -48,6 +50,11 @@ void setUpParser(QCommandLineParser& parser)
          "FILE"},
         {"delay", QCoreApplication::translate("main", "Seconds to wait before the screenshot (default 1)."),
          "SECONDS", "1"},
+        {"store",
+         QCoreApplication::translate("main",
+                                     "Keep the recorded sessions in URL: a SQLite file or "
+                                     "postgresql://USER@HOST[:PORT]/DB (default: the user's data folder)."),
+         "URL"},
         {"no-restore",
          QCoreApplication::translate("main", "Do not offer to reopen the instruments of the last session.")},
     });
@@ -126,7 +133,19 @@ int main(int argc, char* argv[])
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/images/zelt-host.png")));
     zelt::host::PluginManager plugins;
     loadPlugins(plugins, parser);
+    zelt::store::StoreTarget storeTarget;
+    QString storeError;
+    QString const storeUrl = parser.isSet("store")
+        ? parser.value("store")
+        : QSettings().value(QStringLiteral("store/url")).toString();
+    if (!zelt::store::StoreTarget::parse(storeUrl, &storeTarget, &storeError)) {
+        std::fprintf(stderr, "%s\n", qPrintable(storeError));
+        return 2;
+    }
+    // Outlives the window: the instrument windows end their sessions, then it flushes, bounded.
+    zelt::store::SessionStore store(storeTarget);
     zelt::host::MainWindow window(&plugins);
+    window.setSessionStore(&store);
     window.show();
 
     QString const screenshot = parser.value("screenshot");

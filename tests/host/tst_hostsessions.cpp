@@ -1,0 +1,191 @@
+// The host's sessions: a recorder follows a window's table through a Clear and a swap of
+// tables, and a host killed while polling leaves an interrupted session holding every row
+// up to the last commit.
+
+#include "host/sessions/sessionrecorder.h"
+#include "store/sessionreader.h"
+#include "store/sessionstore.h"
+#include "util/character.h"
+
+#include <QAbstractTableModel>
+#include <QTableView>
+#include <QtTest>
+
+#include <csignal>
+
+using zelt::store::SessionReader;
+using zelt::store::SessionState;
+using zelt::store::SessionStore;
+using zelt::store::StoreTarget;
+
+namespace {
+
+// A recorded table as a window keeps it: rows are appended, a Clear removes them all.
+class Table : public QAbstractTableModel
+{
+public:
+    explicit Table(QStringList columns)
+        : m_columns(std::move(columns))
+    {
+    }
+    void append(QStringList const& cells)
+    {
+        beginInsertRows({}, rowCount(), rowCount());
+        m_rows << cells;
+        endInsertRows();
+    }
+    void clear()
+    {
+        beginRemoveRows({}, 0, rowCount() - 1);
+        m_rows.clear();
+        endRemoveRows();
+    }
+    int rowCount(QModelIndex const& = {}) const override { return int(m_rows.size()); }
+    int columnCount(QModelIndex const& = {}) const override { return int(m_columns.size()); }
+    QVariant data(QModelIndex const& index, int role) const override
+    {
+        return role == Qt::DisplayRole ? QVariant(m_rows.at(index.row()).at(index.column())) : QVariant();
+    }
+    QVariant headerData(int section, Qt::Orientation, int role) const override
+    {
+        return role == Qt::DisplayRole ? QVariant(m_columns.at(section)) : QVariant();
+    }
+
+private:
+    QStringList m_columns;
+    QList<QStringList> m_rows;
+};
+
+QByteArray csvOf(Table* table, QString const& path)
+{
+    if (!zelt::util::character::Character::csvSave(path, table, false))
+        return {};
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+class TestHostSessions : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void recorderFollowsTheTable();
+    void killedHostLeavesInterruptedSession();
+
+private:
+    QTemporaryDir m_dir;
+};
+
+void TestHostSessions::recorderFollowsTheTable()
+{
+    StoreTarget const target {
+        StoreTarget::Kind::Sqlite, m_dir.filePath(QStringLiteral("recorder.sqlite")), {}, {}, 5432, {}, {}};
+    Table single({"No.", "Time", "Mode", "Voltage"});
+    Table all({"No.", "Time", "V1", "I1"});
+    QTableView view;
+    view.setModel(&single);
+    {
+        SessionStore store(target);
+        auto* recorder = new zelt::host::SessionRecorder(&store, &view, {"Bench", "KVR9040-40", "sim"});
+        single.append({"1", "2026-11-24 10:00:00", "CV", "12.000"});
+        single.append({"2", "2026-11-24 10:00:01", "CV", "12.500"});
+        single.clear(); // the window's Clear
+        single.clear(); // twice: still one new segment
+        single.append({"1", "2026-11-24 10:00:02", "CC", "1,5"});
+        view.setModel(&all); // another power mode's table
+        all.append({"3", "2026-11-24 10:00:03", "12.500", "0.100"});
+        delete recorder; // the window closes
+        QVERIFY(store.flush(5000));
+    }
+    SessionReader reader(target);
+    QVERIFY(reader.open());
+    auto const sessions = reader.sessions();
+    QCOMPARE(sessions.size(), 1);
+    QCOMPARE(sessions.first().state, SessionState::Ended);
+    QCOMPARE(sessions.first().rows, 4);
+    auto const segments = reader.segments(sessions.first().id);
+    QCOMPARE(segments.size(), 3);
+    QCOMPARE(segments.at(1).firstSeq, 2);
+    QCOMPARE(segments.at(2).columns, QStringList({"No.", "Time", "V1", "I1"}));
+
+    // The export reads as the window's Export of each table in turn; a Clear keeps the header.
+    qint64 first = 0;
+    qint64 last = 0;
+    QVERIFY(reader.timeSpan(sessions.first().id, &first, &last));
+    QString const exported = m_dir.filePath(QStringLiteral("browser.csv"));
+    QVERIFY(reader.exportCsv(sessions.first().id, exported, first, last));
+    QFile file(exported);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    Table before({"No.", "Time", "Mode", "Voltage"});
+    before.append({"1", "2026-11-24 10:00:00", "CV", "12.000"});
+    before.append({"2", "2026-11-24 10:00:01", "CV", "12.500"});
+    before.append({"1", "2026-11-24 10:00:02", "CC", "1,5"});
+    Table after({"No.", "Time", "V1", "I1"});
+    after.append({"3", "2026-11-24 10:00:03", "12.500", "0.100"});
+    QCOMPARE(file.readAll(),
+             csvOf(&before, m_dir.filePath(QStringLiteral("a.csv")))
+                 + csvOf(&after, m_dir.filePath(QStringLiteral("b.csv"))));
+}
+
+void TestHostSessions::killedHostLeavesInterruptedSession()
+{
+    if (!ZELT_HAVE_SIMULATOR)
+        QSKIP("Built without the simulator.");
+    QTemporaryDir home;
+    QVERIFY(home.isValid());
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
+    // A killed process cannot report its leaks.
+    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
+    StoreTarget const target {StoreTarget::Kind::Sqlite,
+                              home.filePath(QStringLiteral("data/Zelt/zelt-host/sessions.sqlite")),
+                              {},
+                              {},
+                              5432,
+                              {},
+                              {}};
+
+    QProcess host;
+    host.setProcessEnvironment(environment);
+    host.start(QStringLiteral(ZELT_HOST_FILE),
+               {"--plugin-dir", ZELT_KVR9000_PLUGIN_DIR, "--simulate", "KVR9040-40"});
+    QVERIFY(host.waitForStarted());
+    auto logged = [&target] {
+        SessionReader reader(target);
+        auto const sessions = reader.sessions();
+        return sessions.isEmpty() ? 0 : sessions.first().rows;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(logged() > 0, 30000);
+    QTest::qWait(2000);
+    qint64 const killedAt = QDateTime::currentMSecsSinceEpoch();
+    ::kill(pid_t(host.processId()), SIGKILL);
+    QVERIFY(host.waitForFinished(10000));
+
+    {
+        SessionStore next(target); // a host started again marks what it finds unfinished
+        QVERIFY(next.flush(5000));
+    }
+    SessionReader reader(target);
+    QVERIFY(reader.open());
+    auto const sessions = reader.sessions();
+    QCOMPARE(sessions.size(), 1);
+    QCOMPARE(sessions.first().state, SessionState::Interrupted);
+    QCOMPARE(sessions.first().header.model, QStringLiteral("KVR9040-40"));
+    auto const rows = reader.rows(sessions.first().id, 0, 1 << 20);
+    QCOMPARE(rows.size(), sessions.first().rows);
+    QVERIFY2(rows.last().timeMs >= killedAt - 1000,
+             qPrintable(QStringLiteral("last row %1 ms before the kill").arg(killedAt - rows.last().timeMs)));
+    // Every row as the table showed it: numbered without a gap, stamped when it was sampled.
+    for (int i = 0; i < rows.size(); ++i) {
+        QCOMPARE(rows.at(i).seq, i);
+        QCOMPARE(rows.at(i).cells.value(0), QString::number(i + 1));
+        QDateTime const sampled
+            = QDateTime::fromString(rows.at(i).cells.value(1), QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+        QVERIFY(qAbs(sampled.msecsTo(QDateTime::fromMSecsSinceEpoch(rows.at(i).timeMs))) < 2000);
+    }
+}
+
+QTEST_MAIN(TestHostSessions)
+#include "tst_hostsessions.moc"
