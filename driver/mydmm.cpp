@@ -597,6 +597,7 @@ void MyDMM::changePowerMode(QString const& mode)
         AppendCommand(makeNormalModeCommands());
     qDebug() << QDateTime::currentDateTime() << "change power mode ====== " << m_powerMode << mode;
     m_powerMode = internWord(mode);
+    Q_EMIT powerModeChanged(m_powerMode);
 }
 
 void MyDMM::storeState(QList<QStringView> const& parts)
@@ -939,6 +940,16 @@ void MyDMM::cmdListSetBase(int start, int groups, int cycles, QString const& end
 {
     cmdPerform(m_listBox, QString::fromLatin1(kCmdListoutBase),
                QStringLiteral("%1,%2,%3,%4").arg(intText(start), intText(groups), intText(cycles), endState));
+}
+
+void MyDMM::cmdListRun(bool on)
+{
+    cmdPerform(m_listBox, QString::fromLatin1(kCmdListoutState), boolText(on));
+}
+
+void MyDMM::cmdDelayRun(bool on)
+{
+    cmdPerform(m_delayBox, QString::fromLatin1(kCmdDelayState), boolText(on));
 }
 
 void MyDMM::cmdDelaySetItem(int index, bool state, double time)

@@ -105,10 +105,15 @@ public:
     void cmdDelayQueryGroupStartNum();
     void cmdDelayQueryGroupCount();
     void cmdDelayQueryGroupStopCondition();
+    // Runs or stops the stored sequence; its state groups above tell how far it is.
+    void cmdListRun(bool on);
+    void cmdDelayRun(bool on);
 
 Q_SIGNALS:
     void updateData(QSharedPointer<DmmData> const& data);
     void updateListout(ListAndDelayer const& ld);
+    // The queue was emptied for the ring of a new power mode: what was waiting in it is gone.
+    void powerModeChanged(QString const& mode);
 
 private:
     using BoxList = QList<QSharedPointer<zelt::measure::WordBox>>;
