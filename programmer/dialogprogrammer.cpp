@@ -17,6 +17,7 @@
 #include <QCursor>
 #include <QDoubleSpinBox>
 #include <QHeaderView>
+#include <QLabel>
 #include <QMap>
 #include <QMenu>
 #include <QProgressBar>
@@ -210,6 +211,9 @@ struct DataSide
     QToolBar* toolbar;
     QPushButton* append;
     QPushButton* insert;
+    QPushButton* run;
+    QPushButton* stop;
+    QLabel* runState;
 };
 
 DataSide dataSide(Ui_DialogProgrammer const* ui, DialogProgrammer::UploadMode mode)
@@ -219,12 +223,14 @@ DataSide dataSide(Ui_DialogProgrammer const* ui, DialogProgrammer::UploadMode mo
                 ui->cbbListCH,       ui->spinListStartNum,      ui->sbListGroups,
                 ui->btnListSave,     ui->btnListLoad,           ui->btnListUpload,
                 ui->actionSaveList,  ui->actionloadList,        ui->actionListUpload,
-                ui->toolbarListData, ui->btnListTemplateAppend, ui->btnListTemplateInsert};
+                ui->toolbarListData, ui->btnListTemplateAppend, ui->btnListTemplateInsert,
+                ui->btnListRun,      ui->btnListStop,           ui->lblListRunState};
     return {ui->tvDelayer,          ui->sbDelayerCycles,          ui->cbbDelayerEndState,
             ui->cbbDelayerCH,       ui->spinDelayerStartNum,      ui->sbDelayerGroups,
             ui->btnDelayerSave,     ui->btnDelayerLoad,           ui->btnDelayerUpload,
             ui->actionSaveDelayer,  ui->actionLoadDelayer,        ui->actionDelayerUpload,
-            ui->toolbarDelayerData, ui->btnDelayerTemplateAppend, ui->btnDelayerTemplateInsert};
+            ui->toolbarDelayerData, ui->btnDelayerTemplateAppend, ui->btnDelayerTemplateInsert,
+            ui->btnDelayerRun,      ui->btnDelayerStop,           ui->lblDelayerRunState};
 }
 
 // The head of the dialog's own file format.
@@ -289,8 +295,7 @@ DialogProgrammer::DialogProgrammer(Option& option, QWidget* parent)
 
     ListTemplateParam& list = listTemplateParams[listActiveType];
     list.type = listActiveType;
-    update_ui_from_list_tempparam(list);
-    make_list_data(list);
+    showListTemplate(list);
 
     DelayerTemplateParam& delayer = delayerTemplateParams[delayerActiveType];
     delayer.type = delayerActiveType;
@@ -503,6 +508,8 @@ void DialogProgrammer::initDataSide(UploadMode mode, QAbstractItemModel* model,
             list ? &DialogProgrammer::on_actionloadList_triggered
                  : &DialogProgrammer::on_actionLoadDelayer_triggered);
     connect(side.upload, &QPushButton::clicked, this, [this, mode] { uploaderStart(mode); });
+    connect(side.run, &QPushButton::clicked, this, [this, mode] { sequenceRunStart(mode); });
+    connect(side.stop, &QPushButton::clicked, this, [this, mode] { Q_EMIT sequenceStopRequested(mode); });
 }
 
 template<typename Model, typename Row>
@@ -688,6 +695,15 @@ void DialogProgrammer::update_list_tempparam_from_ui(ListTemplateParam* p)
         p->expGroups = s->value();
 }
 
+void DialogProgrammer::showListTemplate(ListTemplateParam& p)
+{
+    update_ui_from_list_tempparam(p);
+    // The spin boxes clamp what lies outside the channel's ranges (a default minimum of 0 V
+    // shows as the model's lowest voltage): the record and its rows take what they show.
+    update_list_tempparam_from_ui(&p);
+    make_list_data(p);
+}
+
 void DialogProgrammer::make_list_data(ListTemplateParam const& p)
 {
     QList<ListData> const wave = make_list_wave(p);
@@ -764,8 +780,7 @@ void DialogProgrammer::on_cbbListTempType_currentIndexChanged(int index)
 {
     if (ListTemplateParam* p = recordAt(listTemplateParams, index)) {
         p->type = index;
-        update_ui_from_list_tempparam(*p);
-        make_list_data(*p);
+        showListTemplate(*p);
     }
 }
 
@@ -783,8 +798,7 @@ void DialogProgrammer::on_cbbListTempObject_currentIndexChanged(int index)
     if (ListTemplateParam* p = recordAt(listTemplateParams, type)) {
         p->object = index;
         p->type = type;
-        update_ui_from_list_tempparam(*p);
-        make_list_data(*p);
+        showListTemplate(*p);
     }
 }
 
@@ -794,8 +808,7 @@ void DialogProgrammer::cbListTempInverted_clicked(bool checked)
     if (ListTemplateParam* p = recordAt(listTemplateParams, type)) {
         p->inverted = checked;
         p->type = type;
-        update_ui_from_list_tempparam(*p);
-        make_list_data(*p);
+        showListTemplate(*p);
     }
 }
 
@@ -805,18 +818,14 @@ void DialogProgrammer::on_cbbListCH_currentIndexChanged(int index)
     if (index < 0 || !p)
         return;
     Helper::getInstance().channel = index;
-    // The new ranges clamp the spin boxes, and the clamped values go into the record.
-    update_ui_from_list_tempparam(*p);
-    update_list_tempparam_from_ui(p);
-    make_list_data(*p);
+    showListTemplate(*p);
 }
 
 void DialogProgrammer::on_btnReset_clicked()
 {
     if (ListTemplateParam* p = recordAt(listTemplateParams, ui->cbbListTempType->currentIndex())) {
         resetListTemplateParam(*p, static_cast<unsigned char>(p->type));
-        update_ui_from_list_tempparam(*p);
-        make_list_data(*p);
+        showListTemplate(*p);
     }
 }
 
@@ -824,9 +833,7 @@ void DialogProgrammer::on_btnResetAll_clicked()
 {
     resetListTemplateParams(listTemplateParams);
     int const type = std::clamp(ui->cbbListTempType->currentIndex(), 0, kListWaveTypes - 1);
-    ListTemplateParam const p = listTemplateParams.at(type);
-    update_ui_from_list_tempparam(p);
-    make_list_data(p);
+    showListTemplate(listTemplateParams[type]);
 }
 
 void DialogProgrammer::on_btnListTemplateAppend_clicked()
@@ -1271,6 +1278,11 @@ void DialogProgrammer::on_actionDelayerUpload_triggered()
 
 void DialogProgrammer::uploaderStart(UploadMode mode)
 {
+    // The instrument refuses rows and base while the sequence runs; say so before sending any.
+    if (m_sequenceRunning[mode]) {
+        showError(mode == UploadList ? tr("The list is running") : tr("The delayer is running"), 3000);
+        return;
+    }
     bool const empty = mode == UploadList ? listData.isEmpty() : delayerData.isEmpty();
     if (empty) {
         showError(tr("The %1 data is empty").arg(mode == UploadList ? tr("list") : tr("delayer")), 3000);
@@ -1278,6 +1290,35 @@ void DialogProgrammer::uploaderStart(UploadMode mode)
     }
     setupUploader(mode);
     uploader->start();
+}
+
+void DialogProgrammer::sequenceRunStart(UploadMode mode)
+{
+    // A run would start on a sequence that is only half written.
+    if (uploader) {
+        showError(tr("Wait until the upload has finished"), 3000);
+        return;
+    }
+    Q_EMIT sequenceRunRequested(mode);
+}
+
+void DialogProgrammer::showSequenceState(UploadMode mode, SequenceState const& state)
+{
+    m_sequenceRunning[mode] = true;
+    QString const cycle = state.cycles > 0 ? tr("cycle %1 of %2").arg(state.cycle).arg(state.cycles)
+                                           : tr("cycle %1 of endless").arg(state.cycle);
+    dataSide(ui, mode).runState->setText(tr("Running: row %1 of %2, %3, %4 V, end state %5")
+                                             .arg(state.row)
+                                             .arg(state.rows)
+                                             .arg(cycle)
+                                             .arg(state.value, 0, 'f', Helper::getInstance().voltageDecimals)
+                                             .arg(state.endState));
+}
+
+void DialogProgrammer::showSequenceEnd(UploadMode mode, bool finished)
+{
+    m_sequenceRunning[mode] = false;
+    dataSide(ui, mode).runState->setText(finished ? tr("Finished") : tr("Stopped"));
 }
 
 void DialogProgrammer::setupUploader(UploadMode mode)

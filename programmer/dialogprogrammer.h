@@ -56,6 +56,20 @@ public:
 
     UploadParam getUploadParamFromUI(UploadMode mode) const;
 
+    // What the instrument reports of a running sequence.
+    struct SequenceState
+    {
+        int row = 0; // from 1
+        int rows = 0;
+        int cycle = 0; // from 1
+        int cycles = 0; // 0: endless
+        double value = 0.0; // the present set value
+        QString endState;
+    };
+    void showSequenceState(UploadMode mode, SequenceState const& state);
+    // The run is over: all its cycles done, or stopped before.
+    void showSequenceEnd(UploadMode mode, bool finished);
+
 Q_SIGNALS:
     void listSaveToCSV(QList<zelt::specific::pxn3000s::programmer::ListData> const& datas,
                        UploadParam const& param);
@@ -69,6 +83,8 @@ Q_SIGNALS:
     void uploaderFinished();
     void uploaderError(QString const& text);
     void uploaderStoped();
+    void sequenceRunRequested(UploadMode mode);
+    void sequenceStopRequested(UploadMode mode);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -125,6 +141,8 @@ private:
 
     void update_ui_from_list_tempparam(ListTemplateParam const& p);
     void update_list_tempparam_from_ui(ListTemplateParam* p);
+    // Shows a record in the template's widgets and makes its rows.
+    void showListTemplate(ListTemplateParam& p);
     void make_list_data(ListTemplateParam const& p);
     void make_list_plot_data(QList<ListData> const& rows, bool voltage, QList<double>& x,
                              QList<double>& y) const;
@@ -148,6 +166,7 @@ private:
 
     void setupUploader(UploadMode mode);
     void uploaderStart(UploadMode mode);
+    void sequenceRunStart(UploadMode mode);
     // Moves the bar and the highlighted row to the row in transit.
     void showRowInTransit();
 
@@ -162,6 +181,7 @@ private:
     int m_rowShown = -1;
     zelt::specific::pxn3000s::programmer::ProgrammerUploader* uploader = nullptr;
     UploadMode m_uploadMode = UploadList;
+    bool m_sequenceRunning[2] = {false, false}; // as last reported, by mode
 
     QList<ListTemplateParam> listTemplateParams;
     int listActiveType = 0;

@@ -3,6 +3,7 @@
 
 #include "ui_dlgoption.h"
 #include "window/dlgoption.h"
+#include "window/sequencerun.h"
 
 #include "driver/dmmhelper.h"
 #include "driver/mydmm.h"
@@ -37,6 +38,7 @@
 #include <QHeaderView>
 #include <QMenu>
 #include <QMessageBox>
+#include <QRegularExpression>
 #include <QScrollBar>
 #include <QSettings>
 #include <QSlider>
@@ -58,6 +60,17 @@ constexpr char const* kTextContext = "KVR9000";
 // The state in which the panel's widgets are lit.
 constexpr zelt::widget::AbstractStateWidget::State kLit = 2;
 constexpr char const* kOutputOnStyle = "background-color:rgb(0,255,0);border: 1px solid #808080;";
+
+// A name typed without a suffix gets the first one of the filter, so that the file is found
+// again under the filters that it is looked for with.
+QString withFilterSuffix(QString const& file, QString const& filter)
+{
+    if (file.isEmpty() || !QFileInfo(file).suffix().isEmpty())
+        return file;
+    static QRegularExpression const pattern(QStringLiteral("\\*(\\.[^\\s)*]+)"));
+    QRegularExpressionMatch const match = pattern.match(filter);
+    return match.hasMatch() ? file + match.captured(1) : file;
+}
 
 // The power-mode words in the order of kPowerModelText and kPowerModelSimplyText.
 constexpr char const* kPowerModes[6]
@@ -98,18 +111,6 @@ KVR9000Window::KVR9000Window(QSharedPointer<zelt::widget::EquipmentInfo> const& 
     loadSetting();
     initWidget();
     m_initialised = true;
-    // What a host may reach without knowing this family.
-    setParts({m_dmm, ui->actionStart, ui->tv1, m_lcd,
-              [this] {
-                  auto const sample = m_dmm->lastMeasureData();
-                  Channel const* ch = sample ? sample->activeChannel() : nullptr;
-                  return ch ? zelt::widget::OutputState {true, ch->outputOn, ch->voltage.protectionTripped,
-                                                         ch->current.protectionTripped}
-                            : zelt::widget::OutputState {};
-              },
-              [this](zelt::widget::Protection p) {
-                  p == zelt::widget::Protection::OverVoltage ? m_dmm->cmdOVPClear() : m_dmm->cmdOCPClear();
-              }});
 
     m_dmm->open();
     // The host hears of the window only once the constructor has returned.
@@ -173,6 +174,7 @@ bool KVR9000Window::initObject()
     if (parsed) {
         generateDMM();
         connect(m_dmm, &MyDMM::updateListout, this, &KVR9000Window::onDmmUpdateListout);
+        m_sequenceRun = new SequenceRun(m_dmm, this);
         m_monitor = new zelt::util::gadget::StateMonitor(std::function<void()>());
     }
     return parsed;
@@ -664,6 +666,8 @@ void KVR9000Window::onDmmUpdateListout(ListAndDelayer const& listAndDelayer)
     UploadParam const& p = m_uploadParam;
     switch (listAndDelayer.kind) {
     case 1:
+        if (!m_sequenceRun->stateArrived(listAndDelayer))
+            return;
         if (listAndDelayer.running) {
             m_dialogProgrammer->showError(tr("The list is running"), 3000);
             m_dialogProgrammer->uploaderStop();
@@ -674,6 +678,8 @@ void KVR9000Window::onDmmUpdateListout(ListAndDelayer const& listAndDelayer)
         m_dmm->listQueryItem(0, 1);
         return;
     case 3:
+        if (!m_sequenceRun->stateArrived(listAndDelayer))
+            return;
         if (listAndDelayer.running) {
             m_dialogProgrammer->showError(tr("The delayer is running"), 3000);
             m_dialogProgrammer->uploaderStop();
@@ -688,6 +694,7 @@ void KVR9000Window::onDmmUpdateListout(ListAndDelayer const& listAndDelayer)
         return;
     case 2:
     case 4:
+        m_sequenceRun->uploadAnswered();
         m_dialogProgrammer->uploaderNext();
         return;
     default:
@@ -834,8 +841,9 @@ void KVR9000Window::on_actionClear_triggered()
 
 void KVR9000Window::on_actionExport_triggered()
 {
+    QString const filter = QStringLiteral("csv(*.csv)");
     QString const name
-        = QFileDialog::getSaveFileName(this, tr("Save As"), QString(), QStringLiteral("csv(*.csv)"));
+        = withFilterSuffix(QFileDialog::getSaveFileName(this, tr("Save As"), QString(), filter), filter);
     DataRenderHouse* render = getActiveDataRender(m_dmm->lastMeasureData());
     if (name.isEmpty() || m_dmm->getMeasureData().isEmpty() || !render)
         return;
@@ -993,6 +1001,7 @@ void KVR9000Window::on_actionProgrammer_triggered()
             m_dmm->listQueryOptions();
         else
             m_dmm->delayQueryOptions();
+        m_sequenceRun->uploadAsked(param.mode);
     });
     connect(dialog, &DialogProgrammer::uploaderNextData, this,
             [this](int index, programmer::ProgrammerData const& data) {
@@ -1015,7 +1024,8 @@ void KVR9000Window::on_actionProgrammer_triggered()
         dialog->uploaderStop();
         dialog->showError(text, 3000);
     });
-    connect(dialog, &DialogProgrammer::uploaderStoped, this, [] {});
+    connect(dialog, &DialogProgrammer::uploaderStoped, m_sequenceRun, &SequenceRun::uploadAnswered);
+    m_sequenceRun->attach(dialog);
     connect(dialog, &QDialog::finished, dialog, &QObject::deleteLater);
 
     connect(dialog, &DialogProgrammer::listSaveToCSV, this,
@@ -1024,8 +1034,9 @@ void KVR9000Window::on_actionProgrammer_triggered()
                     dialog->showInfo(tr("The data is empty"), 3000);
                     return;
                 }
-                QString const file = QFileDialog::getSaveFileName(nullptr, tr("Save"), QString(),
-                                                                  tr("CSV File (*.lst.csv)"));
+                QString const filter = tr("CSV File (*.lst.csv)");
+                QString const file = withFilterSuffix(
+                    QFileDialog::getSaveFileName(nullptr, tr("Save"), QString(), filter), filter);
                 if (file.isEmpty())
                     return;
                 dialog->showInfo(saveListDataToCsv(file, option, datas, param) ? tr("Save file successfully")
@@ -1045,8 +1056,9 @@ void KVR9000Window::on_actionProgrammer_triggered()
                     dialog->showInfo(tr("The data is empty"), 3000);
                     return;
                 }
-                QString const file = QFileDialog::getSaveFileName(nullptr, tr("Save"), QString(),
-                                                                  tr("CSV File (*.dly.csv)"));
+                QString const filter = tr("CSV File (*.dly.csv)");
+                QString const file = withFilterSuffix(
+                    QFileDialog::getSaveFileName(nullptr, tr("Save"), QString(), filter), filter);
                 if (file.isEmpty())
                     return;
                 dialog->showInfo(saveDelayerData(file, option, datas, param) ? tr("Save file successfully")

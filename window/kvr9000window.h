@@ -23,6 +23,7 @@ class QCPGraph;
 class QCustomPlot;
 class QuickSettingDataModel;
 struct PlotGraph;
+class SequenceRun;
 class Ui_KVR9000Window;
 
 namespace zelt::util {
@@ -188,6 +189,7 @@ private:
     // Guarded: a reply of the driver may still come after the dialog has gone.
     QPointer<DialogProgrammer> m_dialogProgrammer;
     UploadParam m_uploadParam;
+    SequenceRun* m_sequenceRun = nullptr;
     bool m_paused = false;
     bool m_initialised = false;
     bool m_sampleDue = false;

@@ -64,6 +64,8 @@ private Q_SLOTS:
     void contextMenu();
     void templateRows_data();
     void templateRows();
+    void templateWithinRanges_data();
+    void templateWithinRanges();
 
 private:
     QTemporaryDir m_dir;
@@ -344,6 +346,28 @@ void TestProgrammerDialog::templateRows()
     QCOMPARE(low->row(), firstNew);
     QCOMPARE(high->row(), firstNew + k - 1);
     QCOMPARE(view->currentIndex().row(), firstNew);
+}
+
+void TestProgrammerDialog::templateWithinRanges_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<int>("row"); // one at the minimum
+    QTest::newRow("sine") << 0 << 15;
+    QTest::newRow("ramp") << 2 << 0;
+}
+
+// A model whose lowest voltage is above the template's default minimum: the rows keep to the
+// minimum that the spin box shows.
+void TestProgrammerDialog::templateWithinRanges()
+{
+    QFETCH(int, type);
+    QFETCH(int, row);
+    Option option = makeOption();
+    option.channels[0].ranges[0] = Range_t(0.1, 42.0);
+    DialogProgrammer dialog(option, nullptr);
+    dialog.findChild<QComboBox*>("cbbListTempType")->setCurrentIndex(type);
+    QCOMPARE(dialog.findChild<QDoubleSpinBox*>("sbListTempMin")->value(), 0.1);
+    QCOMPARE(dialog.findChild<QTableView*>("tvListTemplate")->model()->index(row, 0).data(Qt::EditRole), 0.1);
 }
 
 QTEST_MAIN(TestProgrammerDialog)

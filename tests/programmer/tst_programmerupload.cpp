@@ -47,6 +47,13 @@ private Q_SLOTS:
     void refused_data();
     void refused();
     void lateReplyAfterClose();
+    void uploadBeforeFirstSample();
+    void runAndWatch_data();
+    void runAndWatch();
+    void runOrUploadRefused_data();
+    void runOrUploadRefused();
+    void savedFileSuffix_data();
+    void savedFileSuffix();
 
 private:
     DialogProgrammer* openDialog()
@@ -67,6 +74,16 @@ private:
     static bool idle(DialogProgrammer* dialog)
     {
         return dialog->isEnabled() && !dialog->findChild<QProgressBar*>()->isVisible();
+    }
+    // A list of three rows of 0.3 s, 1 V, 2 V and 3 V, uploaded to run cycles times.
+    bool uploadShortList(DialogProgrammer* dialog, int cycles)
+    {
+        fillRows(dialog->findChild<QTableView*>("tvList"),
+                 {{1.0, 0.5, 0.3}, {2.0, 0.5, 0.3}, {3.0, 0.5, 0.3}}, 3);
+        dialog->findChild<QSpinBox*>("sbListCycles")->setValue(cycles);
+        QTest::mouseClick(dialog->findChild<QPushButton*>("btnListUpload"), Qt::LeftButton);
+        return waitUntil([&] { return idle(dialog); }) && m_server.instrument().listBase().cycles == cycles
+            && m_server.instrument().listRow(2).volts == 3.0;
     }
 };
 
@@ -211,6 +228,156 @@ void TestProgrammerUpload::lateReplyAfterClose()
     QVERIFY(waitUntil([&] { return m_server.receivedLines().size() > seen + 60; }));
     QCOMPARE(sequenceLines(m_server.receivedLines(), QStringLiteral(":LISTout:PARAmeter ")).size(),
              handedOut);
+}
+
+// Clicked while the first pass is still on, the upload's first question is dropped with the
+// queue when the ring is built for the power mode; it is asked again.
+void TestProgrammerUpload::uploadBeforeFirstSample()
+{
+    QVERIFY(closeWindow());
+    QVERIFY(open(kModel));
+    DialogProgrammer* dialog = openDialog();
+    fillRows(dialog->findChild<QTableView*>("tvList"), {{7.0, 0.5, 0.2}, {8.0, 0.5, 0.2}}, 2);
+    auto* upload = dialog->findChild<QPushButton*>("btnListUpload");
+    // Clicked while the instrument holds the first power-mode question, before it answers.
+    QMetaObject::Connection const clicked
+        = connect(&m_server, &kvrsim::SimServer::lineReceived, this, [upload](QString const& line) {
+              if (line.startsWith(QLatin1String(":SYST")))
+                  upload->click();
+          });
+    QVERIFY(waitUntil([&] { return !idle(dialog); }));
+    disconnect(clicked);
+    QVERIFY(waitUntil([&] { return idle(dialog); }));
+    QCOMPARE(m_server.instrument().listRow(1).volts, 8.0);
+}
+
+void TestProgrammerUpload::runAndWatch_data()
+{
+    QTest::addColumn<bool>("stopMidway");
+    QTest::newRow("to the end") << false;
+    QTest::newRow("stopped midway") << true;
+}
+
+// The line under the table follows the run in order; the output follows the rows.
+void TestProgrammerUpload::runAndWatch()
+{
+    QFETCH(bool, stopMidway);
+    DialogProgrammer* dialog = openDialog();
+    QVERIFY(uploadShortList(dialog, 2));
+    auto* line = dialog->findChild<QLabel*>("lblListRunState");
+    kvrsim::KvrInstrument& unit = m_server.instrument();
+    QRegularExpression const progress(QStringLiteral("row (\\d) of 3, cycle (\\d) of 2, ([\\d.]+) V"));
+    QList<int> shown; // cycle * 10 + row, as the line showed them
+    QList<int> ran; // the same, as the instrument ran them
+    bool followed = true;
+    auto watch = [&] {
+        QRegularExpressionMatch const m = progress.match(line->text());
+        int const at = m.hasMatch() ? m.captured(2).toInt() * 10 + m.captured(1).toInt() : 0;
+        if (at && (shown.isEmpty() || shown.last() != at))
+            shown << at;
+        unit.advance();
+        kvrsim::KvrSequenceRun const& run = unit.listRun();
+        if (run.running) {
+            int const here = run.cycle * 10 + run.row + 1;
+            if (ran.isEmpty() || ran.last() != here)
+                ran << here;
+            followed = followed && unit.settings().voltage == unit.listRow(run.row).volts && unit.outputOn();
+        }
+    };
+    m_server.clearLog();
+    QTest::mouseClick(dialog->findChild<QPushButton*>("btnListRun"), Qt::LeftButton);
+    if (stopMidway) {
+        QVERIFY(waitUntil([&] { return watch(), ran.size() >= 3; }));
+        QTest::mouseClick(dialog->findChild<QPushButton*>("btnListStop"), Qt::LeftButton);
+    }
+    QVERIFY(waitUntil([&] { return watch(), line->text() == (stopMidway ? "Stopped" : "Finished"); }));
+    QVERIFY(followed);
+    QVERIFY(std::is_sorted(shown.cbegin(), shown.cend()));
+    QVERIFY(shown.size() >= 2);
+    if (stopMidway) {
+        QVERIFY(!unit.listRun().running);
+        QVERIFY(ran.size() < 6);
+        QVERIFY(m_server.receivedLines().contains(QStringLiteral(":LISTout:STATe OFF")));
+    } else {
+        QCOMPARE(ran, (QList<int> {11, 12, 13, 21, 22, 23}));
+        QVERIFY(!unit.outputOn()); // the end state OFF
+    }
+}
+
+void TestProgrammerUpload::runOrUploadRefused_data()
+{
+    QTest::addColumn<bool>("runDuringUpload");
+    QTest::newRow("run during an upload") << true;
+    QTest::newRow("upload during a run") << false;
+}
+
+// Neither starts on the other: a message, and nothing of it on the wire.
+void TestProgrammerUpload::runOrUploadRefused()
+{
+    QFETCH(bool, runDuringUpload);
+    DialogProgrammer* dialog = openDialog();
+    auto* status = dialog->findChild<QStatusBar*>();
+    m_server.clearLog();
+    if (runDuringUpload) {
+        fillRows(dialog->findChild<QTableView*>("tvList"), {}, 40);
+        QTest::mouseClick(dialog->findChild<QPushButton*>("btnListUpload"), Qt::LeftButton);
+        QVERIFY(!idle(dialog));
+        // The dialog stands disabled; a click that still got through is refused all the same.
+        Q_EMIT dialog->findChild<QPushButton*>("btnListRun")->clicked();
+        QCOMPARE(status->currentMessage(), QStringLiteral("Wait until the upload has finished"));
+        QVERIFY(waitUntil([&] { return idle(dialog); }));
+        QVERIFY(!m_server.receivedLines().contains(QStringLiteral(":LISTout:STATe ON")));
+        QVERIFY(!m_server.instrument().listRun().running);
+        return;
+    }
+    QVERIFY(uploadShortList(dialog, 0));
+    QTest::mouseClick(dialog->findChild<QPushButton*>("btnListRun"), Qt::LeftButton);
+    QVERIFY(waitUntil(
+        [&] { return dialog->findChild<QLabel*>("lblListRunState")->text().startsWith("Running"); }));
+    m_server.clearLog();
+    QTest::mouseClick(dialog->findChild<QPushButton*>("btnListUpload"), Qt::LeftButton);
+    QVERIFY(idle(dialog)); // no question asked
+    QCOMPARE(status->currentMessage(), QStringLiteral("The list is running"));
+    QCOMPARE(settingLines().filter(QStringLiteral(":LIST")), QStringList());
+}
+
+void TestProgrammerUpload::savedFileSuffix_data()
+{
+    QTest::addColumn<QString>("button"); // of the dialog; empty: the window's Export
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("saved");
+    QTest::newRow("list") << "btnListSave"
+                          << "sine1"
+                          << "sine1.lst.csv";
+    QTest::newRow("delayer") << "btnDelayerSave"
+                             << "pulse1"
+                             << "pulse1.dly.csv";
+    QTest::newRow("export") << ""
+                            << "export1"
+                            << "export1.csv";
+    QTest::newRow("a suffix typed stays") << "btnListSave"
+                                          << "mine.csv"
+                                          << "mine.csv";
+}
+
+// A name typed without a suffix gets the filter's, so that the load dialog lists the file.
+void TestProgrammerUpload::savedFileSuffix()
+{
+    QFETCH(QString, button);
+    QFETCH(QString, typed);
+    QFETCH(QString, saved);
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    DialogScript script({dir.filePath(typed), int(QMessageBox::No)});
+    if (button.isEmpty()) {
+        child<QAction>("actionExport")->trigger();
+    } else {
+        DialogProgrammer* dialog = openDialog();
+        bool const list = button.contains(QLatin1String("List"));
+        fillRows(dialog->findChild<QTableView*>(list ? "tvList" : "tvDelayer"), {}, 2);
+        QTest::mouseClick(dialog->findChild<QPushButton*>(button), Qt::LeftButton);
+    }
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList {saved});
 }
 
 QTEST_MAIN(TestProgrammerUpload)

@@ -82,6 +82,10 @@ private Q_SLOTS:
             << wave(6, 0, 0.5, 5, 5) << 5 << L {0, 7.1834, 9.2414, 9.8311, 10} << L {0.5};
         QTest::newRow("exp rise, rate 99 taken as 10")
             << wave(6, 0, 0.5, 5, 99) << 5 << L {0, 9.1796, 9.9331, 9.9949, 10} << L {0.5};
+        ListTemplateParam floor = wave(0, 0.8, 0.1, 1);
+        floor.voltageMin = 2.0;
+        QTest::newRow("sine above its minimum")
+            << floor << 8 << L {6, 8.8284, 10, 8.8284, 6, 3.1716, 2, 3.1716} << L {0.1};
         ListTemplateParam current = wave(3, 3, 0, 3);
         current.object = 1;
         current.currentMin = 0.5;
