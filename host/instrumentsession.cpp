@@ -1,8 +1,11 @@
 #include "host/instrumentsession.h"
 
+#include "host/sharedialog.h"
+
 #include "measure/errorqueuereader.h"
 #include "measure/linkmonitor.h"
 #include "measure/measureinst.h"
+#include "share/scpishareserver.h"
 #include "widget/equipmentwindow.h"
 #include "widget/linkbanner.h"
 
@@ -10,6 +13,7 @@
 #include <QBoxLayout>
 #include <QGraphicsOpacityEffect>
 #include <QMenu>
+#include <QMessageBox>
 #include <QSettings>
 
 namespace zelt::host {
@@ -34,6 +38,7 @@ InstrumentSession::InstrumentSession(zelt::widget::EquipmentWindow* window, QObj
     , m_clearOcp(new QAction(tr("Clear"), this))
     , m_dismissErrors(new QAction(tr("Dismiss"), this))
     , m_autoReconnect(new QAction(tr("Reconnect automatically"), this))
+    , m_shareAction(new QAction(tr("Share on a local port..."), this))
 {
     zelt::widget::EquipmentParts const& parts = window->parts();
     m_banner = new LinkBanner(window);
@@ -44,7 +49,11 @@ InstrumentSession::InstrumentSession(zelt::widget::EquipmentWindow* window, QObj
     if (QMenu* menu = window->systemMenu()) {
         menu->addSeparator();
         menu->addAction(m_autoReconnect);
+        menu->addAction(m_shareAction);
     }
+    m_shareAction->setCheckable(true);
+    m_shareAction->setEnabled(parts.queue != nullptr);
+    connect(m_shareAction, &QAction::triggered, this, &InstrumentSession::showShareDialog);
     connect(m_autoReconnect, &QAction::toggled, this, &InstrumentSession::setAutoReconnect);
     connect(m_dismissErrors, &QAction::triggered, this, [this] {
         m_errorLines.clear();
@@ -146,6 +155,56 @@ void InstrumentSession::showNotice(QString const& text)
         m_banner->setRow(StoreRow, LinkBanner::Level::Warning, text);
 }
 
+bool InstrumentSession::share(quint16 port, bool readOnly, QString* error)
+{
+    if (!m_window || !m_window->parts().queue) {
+        if (error)
+            *error = tr("This instrument cannot be shared.");
+        return false;
+    }
+    if (!m_share) {
+        m_share = new zelt::share::ScpiShareServer(m_window->parts().queue, this);
+        connect(m_share, &zelt::share::ScpiShareServer::connectionsChanged, this, [this] {
+            updateTitle();
+            Q_EMIT changed();
+        });
+    }
+    bool const ok = m_share->listen(port, readOnly);
+    if (!ok && error)
+        *error = m_share->errorString();
+    if (!ok)
+        unshare();
+    m_shareAction->setChecked(ok);
+    updateTitle();
+    Q_EMIT changed();
+    return ok;
+}
+
+void InstrumentSession::unshare()
+{
+    delete std::exchange(m_share, nullptr);
+    m_shareAction->setChecked(false);
+    updateTitle();
+    Q_EMIT changed();
+}
+
+void InstrumentSession::showShareDialog()
+{
+    if (m_share) {
+        unshare();
+        return;
+    }
+    m_shareAction->setChecked(false);
+    auto* dialog = new ShareDialog(5025, false, m_window);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QDialog::accepted, this, [this, dialog] {
+        QString error;
+        if (!share(dialog->port(), dialog->readOnly(), &error))
+            QMessageBox::warning(m_window, tr("Share the instrument"), error);
+    });
+    dialog->open();
+}
+
 void InstrumentSession::onLinkChanged()
 {
     if (!m_monitor) {
@@ -236,7 +295,13 @@ void InstrumentSession::updateTitle()
         return;
     QString title
         = m_info->resource.isEmpty() ? m_info->name : tr("%1 \u2014 %2").arg(m_info->name, m_info->resource);
-    QString const state = stateText();
+    QString state = stateText();
+    if (m_share && m_share->isListening()) {
+        QString const shared = m_share->readOnly()
+            ? tr("shared read-only on port %1 (%n client(s))", nullptr, m_share->connectionCount())
+            : tr("shared on port %1 (%n client(s))", nullptr, m_share->connectionCount());
+        state = tr("%1, %2").arg(state, shared.arg(m_share->port()));
+    }
     if (!state.isEmpty())
         title = tr("%1 [%2]").arg(title, state);
     if (title != m_title) {

@@ -19,6 +19,9 @@ namespace zelt::widget {
 class EquipmentWindow;
 class LinkBanner;
 } // namespace zelt::widget
+namespace zelt::share {
+class ScpiShareServer;
+}
 
 namespace zelt::host {
 
@@ -50,6 +53,14 @@ public:
     // an empty text takes it away.
     void showNotice(QString const& text);
 
+    // Opens the instrument to scripts on 127.0.0.1:port (0 picks one); false with error.
+    bool share(quint16 port, bool readOnly, QString* error = nullptr);
+    void unshare();
+    // Null while not shared.
+    zelt::share::ScpiShareServer* shareServer() const { return m_share; }
+    // Asks for the port, then shares; or ends the sharing.
+    void showShareDialog();
+
 Q_SIGNALS:
     // The state, the rate or the error count changed.
     void changed();
@@ -77,6 +88,8 @@ private:
     QAction* m_clearOcp;
     QAction* m_dismissErrors;
     QAction* m_autoReconnect;
+    QAction* m_shareAction;
+    zelt::share::ScpiShareServer* m_share = nullptr;
     QStringList m_errorLines;
     int m_instrumentErrors = 0;
     bool m_ovp = false;

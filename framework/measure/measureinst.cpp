@@ -143,7 +143,7 @@ bool MeasureInst::submit(QueryClient* client, quint64 ticket, QByteArray const& 
 {
     if (m_state != State::Running)
         return false;
-    Entry entry {makeWord(QString::fromUtf8(line), milliseconds), client, ticket};
+    Entry entry {makeWord(QString::fromUtf8(line), milliseconds), client, ticket, !next};
     if (next)
         m_fifo.push_front(std::move(entry));
     else
@@ -441,17 +441,23 @@ void MeasureInst::dispatch()
         return;
 
     QSharedPointer<util::Word> next;
-    if (!m_fifo.empty()) {
+    // Fair turns: an asker's queued word that follows another asker's word lets a ring
+    // entry go first, so that a script asking as fast as it can never starves the polling.
+    bool const ringFirst = !m_fifo.empty() && m_fifo.front().yields && m_askerHadTurn && !m_ring.isEmpty()
+        && m_state == State::Running;
+    if (!m_fifo.empty() && !ringFirst) {
         Entry& front = m_fifo.front();
         if (front.client) {
             Entry entry = std::move(front);
             m_fifo.pop_front();
+            m_askerHadTurn = entry.yields;
             dispatchClient(std::move(entry));
             return;
         }
+        m_askerHadTurn = false;
         next = std::move(front.word);
         m_fifo.pop_front();
-    } else if (m_state == State::Draining) {
+    } else if (m_fifo.empty() && m_state == State::Draining) {
         if (m_closeIoOnStop)
             m_io->close();
         beginStop(int(QueryClient::Failure::Stopped));
@@ -463,11 +469,12 @@ void MeasureInst::dispatch()
             // A receiver may have stopped the run or queued a word of its own.
             if (m_state != State::Running || m_nextDue)
                 return;
-            if (!m_fifo.empty()) {
+            if (!m_fifo.empty() && !ringFirst) {
                 dispatch();
                 return;
             }
         }
+        m_askerHadTurn = false;
         next = m_ring.at(m_ringPos++)->word();
     } else {
         // Nothing to run: the queue waits until something is appended.

@@ -34,7 +34,8 @@
 // Words from other askers. Beside the driver, others may put lines into the
 // queue through a QueryClient (the host's error-queue reader, a console, a
 // script port). Their words join the FIFO of one-shot words and go out between
-// two ring entries like any other; they never pass through processWord(), and
+// two ring entries like any other, taking turns with the ring (a ring entry goes
+// between two of them); they never pass through processWord(), and
 // the answer to a client's query goes to that client alone, never to
 // decodeFrame(). A line is a query when it holds a '?' outside quoted text; it
 // then waits for one answer line within its own time, and a time-out is
@@ -160,6 +161,7 @@ private:
         QSharedPointer<util::Word> word;
         QueryClient* client = nullptr;
         quint64 ticket = 0;
+        bool yields = false; // an asker's word queued behind the others: takes turns with the ring
     };
 
     // QueryClient's side.
@@ -199,6 +201,7 @@ private:
     QueryClient* m_currentClient = nullptr; // whose word is current, if not the driver's
     quint64 m_currentTicket = 0;
     bool m_clientCurrent = false; // the current word is a client's (its client may have gone)
+    bool m_askerHadTurn = false; // the last word was an asker's queued word
     bool m_awaiting = false;
     bool m_inDelivery = false; // handling frames from the channel
     bool m_nextDue = false; // served while in delivery: dispatch on return

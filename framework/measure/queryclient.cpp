@@ -16,6 +16,11 @@ QueryClient::~QueryClient()
         m_queue->forget(this);
 }
 
+MeasureInst* QueryClient::queue() const
+{
+    return m_queue;
+}
+
 quint64 QueryClient::send(QByteArray const& line, int timeMs)
 {
     return submit(line, timeMs, false);

@@ -43,7 +43,7 @@ public:
     static bool isQuery(QByteArrayView line);
     static QString failureText(Failure failure);
 
-    MeasureInst* queue() const { return m_queue; }
+    MeasureInst* queue() const;
     // Words sent and not yet ended.
     int pending() const { return m_pending; }
 

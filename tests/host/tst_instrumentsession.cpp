@@ -1,6 +1,7 @@
 // What the host says about an instrument it holds: a lost or refused link, a tripped
 // protection and a setting the instrument rejected, each in the window's banner; the link
-// brought back by itself; the instruments reopened at the next start.
+// brought back by itself; the instruments reopened at the next start; and the instrument
+// shared with scripts on a local port while the window polls.
 
 #include "host/instrumentsession.h"
 #include "host/mainwindow.h"
@@ -9,6 +10,7 @@
 #include "measure/linkmonitor.h"
 #include "measure/measureinst.h"
 #include "measure/queryclient.h"
+#include "share/scpishareserver.h"
 #include "simulator/simserver.h"
 #include "tests/common/pollingring.h"
 #include "widget/equipmentwindow.h"
@@ -60,6 +62,27 @@ bool press(InstrumentSession* session, QString const& text)
     return false;
 }
 
+// A script's raw socket to the shared port: one line out, one answer back.
+class ScriptSocket : public QTcpSocket
+{
+public:
+    bool open(quint16 port)
+    {
+        connectToHost(QHostAddress::LocalHost, port);
+        return waitForConnected(3000);
+    }
+    void put(QByteArray const& line) { write(line + '\n'); }
+    QByteArray ask(QByteArray const& line)
+    {
+        put(line);
+        QElapsedTimer clock;
+        clock.start();
+        while (!canReadLine() && clock.elapsed() < 5000)
+            QTest::qWait(5);
+        return canReadLine() ? readLine().trimmed() : QByteArray("(no answer)");
+    }
+};
+
 } // namespace
 
 class TestInstrumentSession : public QObject
@@ -88,6 +111,8 @@ class TestInstrumentSession : public QObject
         }
         return m_host->sessions().last();
     }
+    QString m_python;
+
     static bool polling(InstrumentSession* session) { return session->monitor()->state() == State::Polling; }
     // Sends lines through the instrument's queue as another asker would.
     static void send(InstrumentSession* session, QList<QByteArray> const& lines)
@@ -107,6 +132,15 @@ private Q_SLOTS:
         for (auto const& failure : m_plugins->failures())
             qWarning() << failure.path << failure.reason;
         QVERIFY(m_plugins->findModel(kModel));
+        // Debian's python3-pyvisa-py lives beside the system's interpreter, which a PATH may hide.
+        for (QString const& python : {QStringLiteral("/usr/bin/python3"), QStringLiteral("python3")}) {
+            QProcess probe;
+            probe.start(python, {"-c", "import pyvisa, pyvisa_py"});
+            if (probe.waitForFinished(20000) && probe.exitCode() == 0) {
+                m_python = python;
+                break;
+            }
+        }
     }
     void init()
     {
@@ -229,6 +263,154 @@ private Q_SLOTS:
         QVERIFY(sent >= 0);
         // Read right after the setting, until the instrument's queue is empty.
         QCOMPARE(lines.mid(sent, 3), (QStringList {setting, ":SYSTem:ERRor?", ":SYSTem:ERRor?"}));
+    }
+
+    // A PyVISA script sets and reads back while the window polls: every answer is its own, no
+    // line is lost or reordered, and the polling goes on between the script's lines.
+    void scriptSharesTheInstrument()
+    {
+        if (m_python.isEmpty())
+            QSKIP("PyVISA with its Python backend is not installed (python3-pyvisa-py)");
+        QVERIFY(startServer());
+        InstrumentSession* session = open(m_server.resourceString());
+        QVERIFY(session);
+        QTRY_VERIFY(polling(session));
+        QVERIFY(session->share(0, false));
+        QSignalSpy errors(session->window()->parts().queue.data(), &zelt::measure::MeasureInst::processError);
+        QSignalSpy passes(session->window()->parts().queue.data(),
+                          &zelt::measure::MeasureInst::passCompleted);
+        QProcess script;
+        script.start(m_python,
+                     {"-c",
+                      QStringLiteral(R"(
+import pyvisa, sys
+i = pyvisa.ResourceManager('@py').open_resource('TCPIP::127.0.0.1::%1::SOCKET',
+        read_termination='\n', write_termination='\n', timeout=5000)
+for n in range(125):
+    level = 1 + n % 30
+    i.write(':SOUR:VOLT:LEV %d.000' % level)
+    for query, want in ((':SOUR:VOLT:LEV?', '%d.000' % level), ('*IDN?', 'KVR,KVR9040-40'),
+                        (':SYST:BRIG?', '80')):
+        got = i.query(query)
+        if not got.startswith(want):
+            sys.exit('%s answered %r, not %r' % (query, got, want))
+print('ok')
+)")
+                          .arg(session->shareServer()->port())});
+        QTRY_VERIFY_WITH_TIMEOUT(script.state() == QProcess::NotRunning, 60000);
+        QCOMPARE(QString::fromUtf8(script.readAllStandardError()), QString());
+        QCOMPARE(script.readAllStandardOutput().trimmed(), QByteArray("ok"));
+        QCOMPARE(errors.count(), 0);
+        QStringList scriptLines = m_server.receivedLines();
+        QStringList const ring = pollingRing();
+        scriptLines.removeIf([&ring](QString const& line) { return ring.contains(line); });
+        QCOMPARE(scriptLines.size(), 500);
+        QCOMPARE(scriptLines.at(0), QStringLiteral(":SOUR:VOLT:LEV 1.000"));
+        QCOMPARE(scriptLines.at(498), QStringLiteral("*IDN?"));
+        QCOMPARE(scriptLines.at(499), QStringLiteral(":SYST:BRIG?"));
+        // Fair turns: the ring went on through the script's 500 lines.
+        QVERIFY2(passes.count() >= 500 / pollingRing().size(), qPrintable(QString::number(passes.count())));
+    }
+
+    void readOnlyPortTakesQueriesOnly()
+    {
+        QVERIFY(startServer());
+        InstrumentSession* session = open(m_server.resourceString());
+        QVERIFY(session);
+        QTRY_VERIFY(polling(session));
+        QVERIFY(session->share(0, true));
+        QVERIFY(session->window()->windowTitle().contains(QStringLiteral("shared read-only on port")));
+        zelt::share::ScpiShareServer other(session->window()->parts().queue);
+        QVERIFY(other.listen(0, false));
+        ScriptSocket reader;
+        ScriptSocket writer;
+        QVERIFY(reader.open(session->shareServer()->port()));
+        QVERIFY(writer.open(other.port()));
+        writer.put(":SYSTem:BRIGhtness 50");
+        QCOMPARE(writer.ask(":SYSTem:BRIGhtness?"), QByteArray("50"));
+        reader.put(":SYSTem:BRIGhtness 30");
+        QCOMPARE(reader.ask(":SYST:ERR?"), QByteArray("-203,\"Command protected; this port is read-only\""));
+        QCOMPARE(reader.ask(":SYSTem:BRIGhtness?"), QByteArray("50"));
+        QVERIFY(!m_server.receivedLines().contains(QStringLiteral(":SYSTem:BRIGhtness 30")));
+        // Garbage and an over-long line are refused; the connection and the polling go on.
+        reader.write(QByteArray(70000, 'x') + "\n\x01\x02\xff\n");
+        QCOMPARE(reader.ask(":SYST:ERR?").left(4), QByteArray("-223"));
+        QCOMPARE(reader.ask(":SYST:ERR?").left(4), QByteArray("-101"));
+        QCOMPARE(reader.ask("*IDN?").left(15), QByteArray("KVR,KVR9040-40,"));
+        QVERIFY(polling(session));
+    }
+
+    // The driver's answers come late and time out while a script's queries wait: each query
+    // gets its own answer or fails, and the recorded readings stay readings.
+    void lateAnswersNeverCross()
+    {
+        QVERIFY(startServer());
+        InstrumentSession* session = open(m_server.resourceString());
+        QVERIFY(session);
+        QTRY_VERIFY(polling(session));
+        zelt::measure::MeasureInst* queue = session->window()->parts().queue;
+        queue->setWordTimeLimit(200);
+        m_server.setLateEvery(2, 300, QStringLiteral(":MEASure:ALL?"));
+        zelt::measure::QueryClient client(queue);
+        QStringList wrong;
+        int answered = 0;
+        int failed = 0;
+        QHash<quint64, QByteArray> asked;
+        auto next = [&] {
+            QByteArray const query = asked.size() % 2 ? "*IDN?" : ":SYSTem:BRIGhtness?";
+            asked.insert(client.send(query, 400), query);
+        };
+        connect(&client, &zelt::measure::QueryClient::answered, this,
+                [&](quint64 ticket, QByteArray const& answer) {
+                    bool const own
+                        = asked.value(ticket) == "*IDN?" ? answer.startsWith("KVR,") : answer == "80";
+                    if (!own)
+                        wrong << QString::fromUtf8(asked.value(ticket) + " -> " + answer);
+                    ++answered;
+                    next();
+                });
+        connect(&client, &zelt::measure::QueryClient::failed, this, [&] {
+            ++failed;
+            next();
+        });
+        next();
+        QTRY_VERIFY_WITH_TIMEOUT(answered + failed >= 40, 20000);
+        QCOMPARE(wrong, QStringList());
+        QVERIFY(answered > 20);
+        QAbstractItemModel* record = session->window()->parts().record->model();
+        QVERIFY(record->rowCount() > 0);
+        // The mode is the driver's own answer; a reading is a number, or empty where it came late.
+        for (int row = 0; row < record->rowCount(); ++row) {
+            QCOMPARE(record->index(row, 2).data().toString(), QStringLiteral("Normal"));
+            QString const voltage = record->index(row, 3).data().toString();
+            bool number = false;
+            voltage.toDouble(&number);
+            QVERIFY2(number || voltage.isEmpty(), qPrintable(voltage));
+        }
+    }
+
+    void clientsEndWithTheRun_data()
+    {
+        QTest::addColumn<bool>("closeWindow");
+        QTest::newRow("window closed") << true;
+        QTest::newRow("link lost") << false;
+    }
+    void clientsEndWithTheRun()
+    {
+        QFETCH(bool, closeWindow);
+        QVERIFY(startServer());
+        InstrumentSession* session = open(m_server.resourceString());
+        QVERIFY(session);
+        QTRY_VERIFY(polling(session));
+        QVERIFY(session->share(0, false));
+        ScriptSocket script;
+        QVERIFY(script.open(session->shareServer()->port()));
+        QCOMPARE(script.ask("*IDN?").left(4), QByteArray("KVR,"));
+        if (closeWindow)
+            session->window()->close();
+        else
+            m_server.stop();
+        QTRY_COMPARE(script.state(), QAbstractSocket::UnconnectedState);
     }
 
     void reopenedAtTheNextStart()
