@@ -1195,7 +1195,8 @@ bool DialogProgrammer::listSaveData(QString const& file, QList<ListData> const& 
 
 QList<ListData> DialogProgrammer::listLoadData(QString const& file)
 {
-    QList<QString> const lines = Character::csvLoad(file);
+    // A header of five lines, then the rows that the instrument holds.
+    QList<QString> const lines = Character::csvLoad(file, 5 + std::max(0, Helper::getInstance().maxGroups));
     int cycles = 0;
     QString endState;
     // "Output On", which the writer uses, is not taken back: the instrument's software reads
@@ -1230,7 +1231,8 @@ bool DialogProgrammer::delayerSaveData(QString const& file, QList<DelayerData> c
 
 QList<DelayerData> DialogProgrammer::delayerLoadData(QString const& file)
 {
-    QList<QString> const lines = Character::csvLoad(file);
+    // A header of five lines, then the rows that the instrument holds.
+    QList<QString> const lines = Character::csvLoad(file, 5 + std::max(0, Helper::getInstance().maxGroups));
     int cycles = 0;
     QString endState;
     if (!readDialogFileHead(lines, QLatin1String("DELAYER"), kDelayerEndStates, cycles, endState))

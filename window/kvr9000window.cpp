@@ -72,6 +72,15 @@ QString withFilterSuffix(QString const& file, QString const& filter)
     return match.hasMatch() ? file + match.captured(1) : file;
 }
 
+// A sequence file is a few kilobytes; a larger one is refused before anything of it is read.
+bool fitsSequenceFile(DialogProgrammer* dialog, QString const& file)
+{
+    if (QFileInfo(file).size() <= zelt::util::character::Character::kCsvMostBytes)
+        return true;
+    dialog->showError(KVR9000Window::tr("The file is too large for a sequence"), 3000);
+    return false;
+}
+
 // The power-mode words in the order of kPowerModelText and kPowerModelSimplyText.
 constexpr char const* kPowerModes[6]
     = {dmmhelper::kPowerModeNormal,    dmmhelper::kPowerModePARAMaster, dmmhelper::kPowerModePARASlave,
@@ -1044,10 +1053,10 @@ void KVR9000Window::on_actionProgrammer_triggered()
                                  3000);
             });
     connect(dialog, &DialogProgrammer::listLoadFromCSV, this,
-            [option](QList<programmer::ListData>& datas, UploadParam& param) {
+            [option, dialog](QList<programmer::ListData>& datas, UploadParam& param) {
                 QString const file
                     = QFileDialog::getOpenFileName(nullptr, tr("Load"), QString(), tr("CSV File (*.csv)"));
-                if (!file.isEmpty())
+                if (!file.isEmpty() && fitsSequenceFile(dialog, file))
                     datas = loadlistDataFromCsv(file, option, param);
             });
     connect(dialog, &DialogProgrammer::delayerSaveToCSV, this,
@@ -1066,10 +1075,10 @@ void KVR9000Window::on_actionProgrammer_triggered()
                                  3000);
             });
     connect(dialog, &DialogProgrammer::delayerLoadFromCSV, this,
-            [option](QList<programmer::DelayerData>& datas, UploadParam& param) {
+            [option, dialog](QList<programmer::DelayerData>& datas, UploadParam& param) {
                 QString const file
                     = QFileDialog::getOpenFileName(nullptr, tr("Load"), QString(), tr("CSV File (*.csv)"));
-                if (!file.isEmpty())
+                if (!file.isEmpty() && fitsSequenceFile(dialog, file))
                     datas = loadDelayerDataFromCsv(file, option, param);
             });
 
@@ -1111,8 +1120,9 @@ template<typename Row, typename Read>
 QList<Row> csvLoadRows(QString const& file, int maxGroups, QStringList const& endStates,
                        QList<QLatin1String> const& keys, int fields, Read read, UploadParam& param)
 {
-    QList<QString> const lines = zelt::util::character::Character::csvLoad(file);
     int const head = 4 + int(keys.size());
+    QList<QString> const lines
+        = zelt::util::character::Character::csvLoad(file, head + 1 + std::max(0, maxGroups));
     // A file shorter than its header is refused like a wrong one.
     if (lines.size() < head || csvHeader(lines, 0, QLatin1String("start")).isEmpty()
         || csvHeader(lines, 1, QLatin1String("count")).isEmpty())

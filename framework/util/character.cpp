@@ -112,25 +112,29 @@ QString Character::boolToStr(bool value, bool word)
     return value ? QStringLiteral("1") : QStringLiteral("0");
 }
 
-QList<QString> Character::csvLoad(QString const& path)
+QList<QString> Character::csvLoad(QString const& path, qsizetype mostLines)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly) || file.size() > kCsvMostBytes)
         return {};
-    QByteArray const bytes = file.readAll();
-
     QList<QString> lines;
-    qsizetype begin = bytes.startsWith("\xEF\xBB\xBF") ? 3 : 0; // spreadsheets like to add a BOM
-    while (begin < bytes.size()) {
-        qsizetype end = bytes.indexOf('\n', begin);
-        qsizetype const next = end < 0 ? bytes.size() : end + 1;
-        if (end < 0)
-            end = bytes.size();
-        qsizetype stop = end;
-        if (stop > begin && bytes.at(stop - 1) == '\r')
-            --stop;
-        lines.append(QString::fromUtf8(bytes.constData() + begin, stop - begin));
-        begin = next;
+    qint64 read = 0;
+    while (lines.size() < mostLines && !file.atEnd()) {
+        // The size said nothing of a device or a pipe: count what comes.
+        QByteArray line = file.readLine(kCsvMostBytes + 2);
+        read += line.size();
+        if (read > kCsvMostBytes)
+            return {};
+        if (read == line.size() && line.startsWith("\xEF\xBB\xBF")) { // spreadsheets like to add a BOM
+            line.remove(0, 3);
+            if (line.isEmpty())
+                break;
+        }
+        if (line.endsWith('\n'))
+            line.chop(1);
+        if (line.endsWith('\r'))
+            line.chop(1);
+        lines.append(QString::fromUtf8(line));
     }
     return lines;
 }

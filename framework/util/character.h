@@ -4,6 +4,8 @@
 #include <QList>
 #include <QString>
 
+#include <limits>
+
 class QAbstractTableModel;
 
 namespace zelt::util::character {
@@ -26,10 +28,16 @@ public:
     // The instrument takes both.
     static QString boolToStr(bool value, bool word);
 
+    // The programmer's files hold a header and at most 128 rows: a few kilobytes.
+    static constexpr qint64 kCsvMostBytes = qint64(1) << 20;
+
     // The file's lines without their terminators (LF or CRLF), read as UTF-8; a
     // leading byte order mark is dropped. A final empty line after the last
-    // terminator is not a line. No lines when the file can't be read.
-    static QList<QString> csvLoad(QString const& path);
+    // terminator is not a line. Lines are read one at a time and only the first
+    // mostLines of them; the rest of the file is not read. No lines when the file
+    // can't be read or is larger than kCsvMostBytes.
+    static QList<QString> csvLoad(QString const& path,
+                                  qsizetype mostLines = std::numeric_limits<qsizetype>::max());
 
     // Writes lines, each ended by LF, as UTF-8. The file is replaced only once
     // everything is written, so a failure never leaves a half-written file.

@@ -6,6 +6,7 @@
 
 #include "programmer/dialogprogrammer.h"
 #include "simulator/kvrinstrument.h"
+#include "util/character.h"
 
 namespace {
 
@@ -54,6 +55,7 @@ private Q_SLOTS:
     void runOrUploadRefused();
     void savedFileSuffix_data();
     void savedFileSuffix();
+    void loadRefusesLargeFile();
 
 private:
     DialogProgrammer* openDialog()
@@ -378,6 +380,22 @@ void TestProgrammerUpload::savedFileSuffix()
         QTest::mouseClick(dialog->findChild<QPushButton*>(button), Qt::LeftButton);
     }
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList {saved});
+}
+
+// A file far beyond any sequence is refused with a word before anything of it is read.
+void TestProgrammerUpload::loadRefusesLargeFile()
+{
+    QTemporaryDir dir;
+    QFile file(dir.filePath(QStringLiteral("blank.csv")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(file.write(QByteArray(2 * zelt::util::character::Character::kCsvMostBytes, '\n')) > 0);
+    file.close();
+    DialogProgrammer* dialog = openDialog();
+    DialogScript script({file.fileName()});
+    QTest::mouseClick(dialog->findChild<QPushButton*>("btnListLoad"), Qt::LeftButton);
+    QCOMPARE(dialog->findChild<QStatusBar*>()->currentMessage(),
+             QStringLiteral("The file is too large for a sequence"));
+    QCOMPARE(dialog->findChild<QTableView*>("tvList")->model()->rowCount(), 0);
 }
 
 QTEST_MAIN(TestProgrammerUpload)

@@ -134,9 +134,10 @@ private Q_SLOTS:
     void csvLoad_data()
     {
         QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("mostLines"); // -1: all
         QTest::addColumn<QStringList>("lines");
-        auto row = [](char const* name, QByteArray const& bytes, QStringList const& lines) {
-            QTest::newRow(name) << bytes << lines;
+        auto row = [](char const* name, QByteArray const& bytes, QStringList const& lines, int most = -1) {
+            QTest::newRow(name) << bytes << most << lines;
         };
         row("CRLF", "start,0\r\ncount,2\r\n", {"start,0", "count,2"});
         row("mixed, no final terminator", "a\r\nb\nc", {"a", "b", "c"});
@@ -145,17 +146,22 @@ private Q_SLOTS:
         row("empty file", "", {});
         row("UTF-8 after a byte order mark", "\xEF\xBB\xBFR(\xCE\xA9),\xC2\xB5s\n",
             {QString::fromUtf8("R(Ω),µs")});
+        row("a byte order mark alone", "\xEF\xBB\xBF", {});
         row("no file", QByteArray(), {});
+        row("only the lines asked for", "a\nb\nc\n", {"a", "b"}, 2);
+        row("blank lines up to the size", QByteArray(Character::kCsvMostBytes, '\n'), {"", "", ""}, 3);
+        row("a byte past the size", QByteArray(Character::kCsvMostBytes + 1, '\n'), {}, 3);
     }
 
     void csvLoad()
     {
         QFETCH(QByteArray, bytes);
+        QFETCH(int, mostLines);
         QFETCH(QStringList, lines);
         QString const file
             = path(bytes.isNull() ? QStringLiteral("missing.csv") : QStringLiteral("load.csv"));
         QVERIFY(bytes.isNull() || writeAll(file, bytes));
-        QCOMPARE(Character::csvLoad(file), lines);
+        QCOMPARE(mostLines < 0 ? Character::csvLoad(file) : Character::csvLoad(file, mostLines), lines);
     }
 
     void csvSaveLines()
