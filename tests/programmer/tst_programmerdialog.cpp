@@ -52,7 +52,11 @@ private Q_SLOTS:
         QCoreApplication::setApplicationName(QStringLiteral("tst_programmerdialog"));
         QVERIFY(m_dir.isValid());
     }
-    void init() { QSettings().clear(); }
+    void init()
+    {
+        if (!restarted())
+            QSettings().clear();
+    }
 
     void load_data();
     void load();
@@ -60,6 +64,7 @@ private Q_SLOTS:
     void roundTrip();
     void storedTemplates_data();
     void storedTemplates();
+    void storedTemplatesAfterRestart();
     void contextMenu_data();
     void contextMenu();
     void templateRows_data();
@@ -68,6 +73,9 @@ private Q_SLOTS:
     void templateWithinRanges();
 
 private:
+    // This suite run again by storedTemplatesAfterRestart, on the settings of the first run.
+    static bool restarted() { return qEnvironmentVariableIsSet("ZELT_TEMPLATES_RESTARTED"); }
+
     QTemporaryDir m_dir;
 };
 
@@ -245,6 +253,38 @@ void TestProgrammerDialog::storedTemplates()
     // The closing kept what it showed.
     DialogProgrammer again(option, nullptr);
     QCOMPARE(again.findChild<QComboBox*>("cbbListTempType")->currentIndex(), 3);
+}
+
+// Another process reads the file back as a host started anew does: the window reads its own
+// group, in the same section of the file when the instrument is named after its model, before
+// a dialog is ever made.
+void TestProgrammerDialog::storedTemplatesAfterRestart()
+{
+    Option option = makeOption();
+    if (restarted()) {
+        QCOMPARE(QSettings().value(option.name + QStringLiteral("/SamplePoints")).toInt(), 99);
+        DialogProgrammer dialog(option, nullptr);
+        QCOMPARE(dialog.findChild<QComboBox*>("cbbListTempType")->currentText(), QStringLiteral("Ramp"));
+        QCOMPARE(dialog.findChild<QDoubleSpinBox*>("sbListTempPeriod2")->value(), 10.8);
+        return;
+    }
+    {
+        QSettings().setValue(option.name + QStringLiteral("/SamplePoints"), 99);
+        DialogProgrammer dialog(option, nullptr);
+        dialog.findChild<QComboBox*>("cbbListTempType")->setCurrentIndex(2);
+        auto* period = dialog.findChild<QDoubleSpinBox*>("sbListTempPeriod2");
+        period->setValue(10.8);
+        Q_EMIT period->editingFinished();
+    }
+    QSettings().sync();
+    QProcess again;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("ZELT_TEMPLATES_RESTARTED"), QStringLiteral("1"));
+    again.setProcessEnvironment(environment);
+    again.setProcessChannelMode(QProcess::ForwardedChannels);
+    again.start(QCoreApplication::applicationFilePath(), {QStringLiteral("storedTemplatesAfterRestart")});
+    QVERIFY(again.waitForFinished(60000));
+    QCOMPARE(again.exitCode(), 0);
 }
 
 void TestProgrammerDialog::contextMenu_data()
