@@ -40,7 +40,7 @@ ScpiConsole::ScpiConsole(zelt::measure::MeasureInst* queue, QString const& title
     , m_client(new QueryClient(queue, this))
 {
     ui->setupUi(this);
-    setWindowTitle(tr("SCPI console - %1").arg(title));
+    setWindowTitle(title);
     ui->log->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     ui->line->installEventFilter(this);
     setFocusProxy(ui->line);

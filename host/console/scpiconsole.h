@@ -31,7 +31,7 @@ public:
     static constexpr qint64 kFileSizeLimit = qint64(1024) * 1024;
 
     // The console follows the queue through lost links and reconnections; once the
-    // queue is destroyed it takes no more lines.
+    // queue is destroyed it takes no more lines. title is its window title as given.
     ScpiConsole(zelt::measure::MeasureInst* queue, QString const& title, QWidget* parent = nullptr);
     ~ScpiConsole() override;
 
