@@ -277,6 +277,8 @@ void TestProgrammerUpload::runAndWatch()
         int const at = m.hasMatch() ? m.captured(2).toInt() * 10 + m.captured(1).toInt() : 0;
         if (at && (shown.isEmpty() || shown.last() != at))
             shown << at;
+        // Row n of the list is set to n volts.
+        followed = followed && (!at || m.captured(3).toDouble() == m.captured(1).toDouble());
         unit.advance();
         kvrsim::KvrSequenceRun const& run = unit.listRun();
         if (run.running) {
@@ -289,7 +291,7 @@ void TestProgrammerUpload::runAndWatch()
     m_server.clearLog();
     QTest::mouseClick(dialog->findChild<QPushButton*>("btnListRun"), Qt::LeftButton);
     if (stopMidway) {
-        QVERIFY(waitUntil([&] { return watch(), ran.size() >= 3; }));
+        QVERIFY(waitUntil([&] { return watch(), ran.size() >= 3 && shown.size() >= 2; }));
         QTest::mouseClick(dialog->findChild<QPushButton*>("btnListStop"), Qt::LeftButton);
     }
     QVERIFY(waitUntil([&] { return watch(), line->text() == (stopMidway ? "Stopped" : "Finished"); }));
@@ -301,7 +303,10 @@ void TestProgrammerUpload::runAndWatch()
         QVERIFY(ran.size() < 6);
         QVERIFY(m_server.receivedLines().contains(QStringLiteral(":LISTout:STATe OFF")));
     } else {
-        QCOMPARE(ran, (QList<int> {11, 12, 13, 21, 22, 23}));
+        // Sampled on this thread's loop, which a loaded machine may hold up past a row.
+        QVERIFY(std::is_sorted(ran.cbegin(), ran.cend()));
+        QCOMPARE(ran.first(), 11);
+        QCOMPARE(ran.last(), 23);
         QVERIFY(!unit.outputOn()); // the end state OFF
     }
 }
