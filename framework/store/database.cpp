@@ -99,7 +99,9 @@ bool prepareSqlite(QSqlDatabase& db, int maxPageCount, QSqlError* error)
         return false;
     }
     // FULL: a commit is on the disk before the next one, so power loss costs at most the last.
-    if (!exec(db, QStringLiteral("PRAGMA synchronous = FULL"), error))
+    // A writer that appends needs few pages in memory, however long the session.
+    if (!exec(db, QStringLiteral("PRAGMA synchronous = FULL"), error)
+        || !exec(db, QStringLiteral("PRAGMA cache_size = -1024"), error))
         return false;
     if (maxPageCount > 0 && !exec(db, QStringLiteral("PRAGMA max_page_count = %1").arg(maxPageCount), error))
         return false;

@@ -18,7 +18,7 @@ Dialect makeDialect(StoreTarget::Kind kind)
     QString const key = pg ? QStringLiteral("BIGSERIAL PRIMARY KEY") : QStringLiteral("INTEGER PRIMARY KEY");
     QString const integer = pg ? QStringLiteral("BIGINT") : QStringLiteral("INTEGER");
     QString const real = pg ? QStringLiteral(" DOUBLE PRECISION") : QStringLiteral(" REAL");
-    Dialect d {kind, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}};
+    Dialect d {kind, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}};
     d.schema << QStringLiteral("CREATE TABLE IF NOT EXISTS sessions (id %1, uid TEXT NOT NULL UNIQUE, "
                                "instrument TEXT, model TEXT, resource TEXT, host TEXT, pid %2, "
                                "started_ms %2 NOT NULL, ended_ms %2, state INTEGER NOT NULL DEFAULT 0, "
@@ -59,7 +59,13 @@ Dialect makeDialect(StoreTarget::Kind kind)
                          "ORDER BY seq LIMIT ?");
     d.rowsInTime = QStringLiteral("SELECT seq, segment, t_ms, cells FROM rows WHERE session_id = ? "
                                   "AND t_ms BETWEEN ? AND ? ORDER BY seq");
-    d.timeSpan = QStringLiteral("SELECT MIN(t_ms), MAX(t_ms) FROM rows WHERE session_id = ?");
+    // By the key, not the time index: two lookups instead of a scan of the session.
+    d.timeSpan = QStringLiteral("SELECT (SELECT t_ms FROM rows WHERE session_id = ? ORDER BY seq LIMIT 1), "
+                                "(SELECT t_ms FROM rows WHERE session_id = ? ORDER BY seq DESC LIMIT 1)");
+    d.seqFrom = QStringLiteral(
+        "SELECT seq FROM rows WHERE session_id = ? AND t_ms >= ? ORDER BY t_ms, seq LIMIT 1");
+    d.seqUpTo = QStringLiteral(
+        "SELECT seq FROM rows WHERE session_id = ? AND t_ms <= ? ORDER BY t_ms DESC, seq DESC LIMIT 1");
     QStringList numbers;
     for (int i = 0; i < kNumberColumns; ++i)
         numbers << QStringLiteral("n%1").arg(i);
@@ -103,7 +109,8 @@ QString Dialect::decimate(QList<int> const& columns) const
     QString text = QStringLiteral("SELECT (t_ms - ?) / ? AS b, MIN(t_ms), MAX(t_ms)");
     for (int c : columns)
         text += QStringLiteral(", MIN(n%1), MAX(n%1)").arg(c);
-    text += QStringLiteral(" FROM rows WHERE session_id = ? AND t_ms BETWEEN ? AND ? GROUP BY b ORDER BY b");
+    // A range of the key reads the rows in place; the time index would look each one up.
+    text += QStringLiteral(" FROM rows WHERE session_id = ? AND seq BETWEEN ? AND ? GROUP BY b ORDER BY b");
     return text;
 }
 

@@ -34,7 +34,9 @@ struct Dialect
     QString segmentsOf; // session_id -> segment, first_seq, started_ms, columns
     QString rowsFrom; // session_id, seq, limit -> seq, segment, t_ms, cells
     QString rowsInTime; // session_id, from_ms, to_ms -> seq, segment, t_ms, cells
-    QString timeSpan; // session_id -> min, max of t_ms
+    QString timeSpan; // session_id, session_id -> t_ms of the first and of the last row
+    QString seqFrom; // session_id, t_ms -> the first row's seq at or after t_ms
+    QString seqUpTo; // session_id, t_ms -> the last row's seq at or before t_ms
     QString spoolRows; // session_id, limit -> seq, segment, t_ms, cells, n0..n23
     QString dropRowsUpTo; // session_id, seq
     QString rowsLeft; // session_id -> count
@@ -43,8 +45,8 @@ struct Dialect
 
     // INSERT of count rows: session_id, seq, segment, t_ms, cells, n0..n23 each.
     QString insertRows(int count) const;
-    // Minimum and maximum of numeric cells over buckets of time:
-    // from_ms, width_ms, session_id, from_ms, to_ms -> bucket, first t, last t, min, max per column.
+    // Minimum and maximum of numeric cells over buckets of time, for a range of rows:
+    // from_ms, width_ms, session_id, from_seq, to_seq -> bucket, first t, last t, min, max per column.
     QString decimate(QList<int> const& columns) const;
     static Dialect const& of(StoreTarget::Kind kind);
 };

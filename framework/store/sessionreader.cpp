@@ -71,6 +71,8 @@ bool SessionReader::open()
         m_error = db.lastError().databaseText();
         return false;
     }
+    // A chart of a long session scans it: mapped, its pages are read in place, not copied.
+    db.exec(QStringLiteral("PRAGMA mmap_size = 1073741824"));
     return true;
 }
 
@@ -148,6 +150,7 @@ bool SessionReader::timeSpan(qint64 session, qint64* firstMs, qint64* lastMs)
     QSqlQuery query(QSqlDatabase::database(m_connection, false));
     query.prepare(Dialect::of(m_target.kind).timeSpan);
     query.addBindValue(session);
+    query.addBindValue(session);
     if (!query.exec() || !query.next() || query.value(0).isNull())
         return false;
     *firstMs = query.value(0).toLongLong();
@@ -164,14 +167,30 @@ QList<QList<Bucket>> SessionReader::decimate(qint64 session, QList<int> const& c
     QList<int> wanted;
     for (int c : columns)
         wanted << qBound(0, c, detail::kNumberColumns - 1);
-    QSqlQuery query(QSqlDatabase::database(m_connection, false));
+    QSqlDatabase db = QSqlDatabase::database(m_connection, false);
+    auto seqAt = [&db, session](QString const& statement, qint64 timeMs, qint64* seq) {
+        QSqlQuery query(db);
+        query.prepare(statement);
+        query.addBindValue(session);
+        query.addBindValue(timeMs);
+        if (!query.exec() || !query.next())
+            return false;
+        *seq = query.value(0).toLongLong();
+        return true;
+    };
+    qint64 fromSeq = 0;
+    qint64 toSeq = 0;
+    Dialect const& dialect = Dialect::of(m_target.kind);
+    if (!seqAt(dialect.seqFrom, fromMs, &fromSeq) || !seqAt(dialect.seqUpTo, toMs, &toSeq))
+        return result;
+    QSqlQuery query(db);
     query.setForwardOnly(true);
-    query.prepare(Dialect::of(m_target.kind).decimate(wanted));
+    query.prepare(dialect.decimate(wanted));
     query.addBindValue(fromMs);
     query.addBindValue(qMax<qint64>(1, (toMs - fromMs) / buckets + 1));
     query.addBindValue(session);
-    query.addBindValue(fromMs);
-    query.addBindValue(toMs);
+    query.addBindValue(fromSeq);
+    query.addBindValue(toSeq);
     if (!query.exec()) {
         m_error = query.lastError().databaseText();
         return result;

@@ -53,6 +53,12 @@ SessionChart::SessionChart(zelt::store::SessionReader* reader, qint64 session, Q
     m_reader->timeSpan(m_session, &m_firstMs, &m_lastMs);
 }
 
+void SessionChart::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    m_reload.start();
+}
+
 qint64 SessionChart::shownFromMs() const
 {
     return qint64(std::floor(m_plot->xAxis->range().lower * 1000));
@@ -78,7 +84,8 @@ void SessionChart::reload()
     m_reload.stop();
     qint64 const from = qMax(m_firstMs, shownFromMs());
     qint64 const to = qMin(m_lastMs, shownToMs());
-    int const buckets = qMax(16, m_plot->axisRect()->width());
+    // Before its first layout the plot is small: never fewer slices than a screen's width.
+    int const buckets = qMax(kMinimumSlices, m_plot->axisRect()->width());
     auto const slices = m_reader->decimate(m_session, m_numeric, from, to, buckets);
     for (qsizetype i = 0; i < slices.size(); ++i) {
         QVector<double> keys;

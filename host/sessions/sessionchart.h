@@ -33,7 +33,12 @@ public:
     qint64 shownToMs() const;
     QCustomPlot* plot() const { return m_plot; }
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
+    static constexpr int kMinimumSlices = 1024;
+
     zelt::store::SessionReader* m_reader;
     qint64 m_session;
     QList<int> m_numeric;

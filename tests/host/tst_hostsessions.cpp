@@ -152,6 +152,10 @@ void TestHostSessions::killedHostLeavesInterruptedSession()
     host.start(QStringLiteral(ZELT_HOST_FILE),
                {"--plugin-dir", ZELT_KVR9000_PLUGIN_DIR, "--simulate", "KVR9040-40"});
     QVERIFY(host.waitForStarted());
+    auto const stopHost = qScopeGuard([&host] {
+        host.kill();
+        host.waitForFinished();
+    });
     auto logged = [&target] {
         SessionReader reader(target);
         auto const sessions = reader.sessions();
