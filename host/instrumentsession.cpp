@@ -39,6 +39,7 @@ InstrumentSession::InstrumentSession(zelt::widget::EquipmentWindow* window, QObj
     , m_dismissErrors(new QAction(tr("Dismiss"), this))
     , m_autoReconnect(new QAction(tr("Reconnect automatically"), this))
     , m_shareAction(new QAction(tr("Share on a local port..."), this))
+    , m_consoleAction(new QAction(tr("SCPI console"), this))
 {
     zelt::widget::EquipmentParts const& parts = window->parts();
     m_banner = new LinkBanner(window);
@@ -50,7 +51,10 @@ InstrumentSession::InstrumentSession(zelt::widget::EquipmentWindow* window, QObj
         menu->addSeparator();
         menu->addAction(m_autoReconnect);
         menu->addAction(m_shareAction);
+        menu->addAction(m_consoleAction);
     }
+    m_consoleAction->setEnabled(parts.queue != nullptr);
+    connect(m_consoleAction, &QAction::triggered, this, &InstrumentSession::consoleRequested);
     m_shareAction->setCheckable(true);
     m_shareAction->setEnabled(parts.queue != nullptr);
     connect(m_shareAction, &QAction::triggered, this, &InstrumentSession::showShareDialog);

@@ -60,8 +60,12 @@ public:
     zelt::share::ScpiShareServer* shareServer() const { return m_share; }
     // Asks for the port, then shares; or ends the sharing.
     void showShareDialog();
+    // The window's menu action that asks the host for a SCPI console.
+    QAction* consoleAction() const { return m_consoleAction; }
 
 Q_SIGNALS:
+    // The user asked for the instrument's SCPI console.
+    void consoleRequested();
     // The state, the rate or the error count changed.
     void changed();
     // The instrument answered for the first time since it was opened.
@@ -89,6 +93,7 @@ private:
     QAction* m_dismissErrors;
     QAction* m_autoReconnect;
     QAction* m_shareAction;
+    QAction* m_consoleAction;
     zelt::share::ScpiShareServer* m_share = nullptr;
     QStringList m_errorLines;
     int m_instrumentErrors = 0;

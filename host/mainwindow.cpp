@@ -1,6 +1,7 @@
 #include "host/mainwindow.h"
 
 #include "host/connectdialog.h"
+#include "host/console/scpiconsole.h"
 #include "host/instrumentlist.h"
 #include "host/instrumentsession.h"
 #include "host/pluginmanager.h"
@@ -9,12 +10,14 @@
 #include "host/simulatedinstrument.h"
 
 #include "measure/io/visa/visaresource.h"
+#include "measure/measureinst.h"
 #include "store/sessionstore.h"
 #include "widget/equipmentwindow.h"
 #include "widget/iequipment.h"
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDockWidget>
 #include <QFileInfo>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -75,6 +78,15 @@ void MainWindow::createMenus()
         auto* browser = new SessionBrowser(m_store ? m_store->target() : target, this);
         browser->setAttribute(Qt::WA_DeleteOnClose);
         browser->show();
+    });
+    instrument->addSeparator();
+    instrument->addAction(tr("SCPI Co&nsole"), this, [this] {
+        if (InstrumentSession* session = activeSession())
+            showConsole(session);
+    });
+    instrument->addAction(tr("Share on a &Local Port..."), this, [this] {
+        if (InstrumentSession* session = activeSession())
+            session->showShareDialog();
     });
     instrument->addSeparator();
     QAction* quit = instrument->addAction(tr("&Quit"), this, &QWidget::close);
@@ -170,6 +182,7 @@ bool MainWindow::openEquipment(QSharedPointer<zelt::widget::EquipmentInfo> const
     auto* session = new InstrumentSession(window, window);
     m_sessions.append(session);
     m_list->model()->add(session);
+    connect(session, &InstrumentSession::consoleRequested, this, [this, session] { showConsole(session); });
     if (m_store && window->parts().record) {
         new SessionRecorder(m_store, window->parts().record, {info->name, info->model, info->resource});
         connect(m_store, &zelt::store::SessionStore::message, session, &InstrumentSession::showNotice);
@@ -207,6 +220,40 @@ bool MainWindow::instrumentsOpen() const
     QList<QMdiSubWindow*> const windows = m_mdi->subWindowList();
     return std::any_of(windows.begin(), windows.end(),
                        [](QMdiSubWindow* window) { return !window->isHidden(); });
+}
+
+InstrumentSession* MainWindow::activeSession() const
+{
+    QMdiSubWindow* active = m_mdi->activeSubWindow();
+    for (InstrumentSession* session : sessions()) {
+        if (active && session->window() == active)
+            return session;
+    }
+    return nullptr;
+}
+
+void MainWindow::showConsole(InstrumentSession* session)
+{
+    auto* window = session ? session->window() : nullptr;
+    if (!window || !window->parts().queue)
+        return;
+    auto* dock = window->property("zeltConsoleDock").value<QDockWidget*>();
+    if (!dock) {
+        QString const title = tr("SCPI console \u2014 %1").arg(session->equipment()->name);
+        dock = new QDockWidget(title, this);
+        dock->setObjectName(QStringLiteral("console:%1").arg(session->equipment()->resource));
+        dock->setAttribute(Qt::WA_DeleteOnClose);
+        dock->setWidget(new zelt::host::ScpiConsole(window->parts().queue, title, dock));
+        addDockWidget(Qt::BottomDockWidgetArea, dock);
+        tabifyDockWidget(m_list, dock);
+        window->setProperty("zeltConsoleDock", QVariant::fromValue(dock));
+        // The console outlives neither its instrument's window nor its own closing.
+        connect(window, &QObject::destroyed, dock, &QObject::deleteLater);
+        connect(dock, &QObject::destroyed, window,
+                [window] { window->setProperty("zeltConsoleDock", QVariant()); });
+    }
+    dock->show();
+    dock->raise();
 }
 
 QList<InstrumentSession*> MainWindow::sessions() const

@@ -56,6 +56,10 @@ public:
     InstrumentListDock* instrumentList() const { return m_list; }
     // Tiles the instrument windows in a grid that fills the area.
     void tile();
+    // The session of the active instrument window, if any.
+    InstrumentSession* activeSession() const;
+    // Shows the SCPI console of the instrument in a dock of its own, made on first use.
+    void showConsole(InstrumentSession* session);
 
     // How long a quit waits for the instrument windows to finish closing.
     static constexpr int kCloseBoundMs = 5000;

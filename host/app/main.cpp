@@ -1,5 +1,6 @@
 // zelt-host: loads the instrument plug-ins and shows their windows.
 
+#include "host/instrumentsession.h"
 #include "host/mainwindow.h"
 #include "host/pluginmanager.h"
 
@@ -55,6 +56,12 @@ void setUpParser(QCommandLineParser& parser)
                                      "Keep the recorded sessions in URL: a SQLite file or "
                                      "postgresql://USER@HOST[:PORT]/DB (default: the user's data folder)."),
          "URL"},
+        {"share",
+         QCoreApplication::translate("main",
+                                     "Share the instrument it opens with scripts on 127.0.0.1:PORT "
+                                     "(raw SCPI; with --read-only, queries only)."),
+         "PORT"},
+        {"read-only", QCoreApplication::translate("main", "Refuse settings on the --share port.")},
         {"no-restore",
          QCoreApplication::translate("main", "Do not offer to reopen the instruments of the last session.")},
     });
@@ -196,6 +203,25 @@ int main(int argc, char* argv[])
         if (!screenshot.isEmpty())
             return 1;
         window.showConnectDialog(parser.isSet("simulate"));
+    }
+    if (parser.isSet("share")) {
+        bool portOk = false;
+        uint const port = parser.value("share").toUInt(&portOk);
+        QString shareError = QCoreApplication::translate("main", "--share takes a port of 1 to 65535.");
+        if (!opening || window.sessions().isEmpty()) {
+            shareError = QCoreApplication::translate("main", "--share needs an instrument to open.");
+        } else if (portOk && port > 0 && port <= 65535
+                   && window.sessions().constLast()->share(quint16(port), parser.isSet("read-only"),
+                                                           &shareError)) {
+            shareError.clear();
+        }
+        if (!shareError.isEmpty()) {
+            std::fprintf(stderr, "%s\n", qPrintable(shareError));
+            return 2;
+        }
+        std::printf("%s\n",
+                    qPrintable(QCoreApplication::translate("main", "shared on 127.0.0.1:%1").arg(port)));
+        std::fflush(stdout);
     }
 
     if (!screenshot.isEmpty()) {
