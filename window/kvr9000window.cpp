@@ -669,7 +669,7 @@ void KVR9000Window::onDmmProcessError(QSharedPointer<zelt::util::Word> const&)
 
 void KVR9000Window::onDmmUpdateListout(ListAndDelayer const& listAndDelayer)
 {
-    // Only an upload asks for these groups; with its dialog gone the reply has no one to move on.
+    // Only the programmer asks for these groups; with its dialog gone the reply has no one to move on.
     if (!m_dialogProgrammer)
         return;
     UploadParam const& p = m_uploadParam;

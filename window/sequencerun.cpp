@@ -28,6 +28,10 @@ SequenceRun::SequenceRun(MyDMM* dmm, QObject* parent)
 
 void SequenceRun::attach(DialogProgrammer* dialog)
 {
+    // A watch of an earlier dialog ends here: its answers no longer reach this object.
+    m_refresh.stop();
+    m_watched = -1;
+    m_asking = false;
     m_dialog = dialog;
     connect(dialog, &DialogProgrammer::sequenceRunRequested, this, [this](int mode) { run(mode); });
     connect(dialog, &DialogProgrammer::sequenceStopRequested, this, [this](int mode) { stop(mode); });
@@ -81,6 +85,11 @@ void SequenceRun::stop(int mode)
 
 void SequenceRun::ask()
 {
+    if (!m_dialog) {
+        m_refresh.stop();
+        m_watched = -1;
+        return;
+    }
     if (m_watched < 0 || m_asking || !m_dmm->active())
         return;
     m_asking = true;

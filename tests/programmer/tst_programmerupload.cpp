@@ -256,14 +256,17 @@ void TestProgrammerUpload::uploadBeforeFirstSample()
 void TestProgrammerUpload::runAndWatch_data()
 {
     QTest::addColumn<bool>("stopMidway");
-    QTest::newRow("to the end") << false;
-    QTest::newRow("stopped midway") << true;
+    QTest::addColumn<bool>("reopened"); // run again from a dialog opened after one closed mid-run
+    QTest::newRow("to the end") << false << false;
+    QTest::newRow("stopped midway") << true << false;
+    QTest::newRow("in a dialog opened again") << false << true;
 }
 
 // The line under the table follows the run in order; the output follows the rows.
 void TestProgrammerUpload::runAndWatch()
 {
     QFETCH(bool, stopMidway);
+    QFETCH(bool, reopened);
     DialogProgrammer* dialog = openDialog();
     QVERIFY(uploadShortList(dialog, 2));
     auto* line = dialog->findChild<QLabel*>("lblListRunState");
@@ -290,6 +293,15 @@ void TestProgrammerUpload::runAndWatch()
     };
     m_server.clearLog();
     QTest::mouseClick(dialog->findChild<QPushButton*>("btnListRun"), Qt::LeftButton);
+    if (reopened) {
+        QVERIFY(waitUntil([&] { return line->text().startsWith(QLatin1String("Running")); }));
+        QPointer<DialogProgrammer> closed(dialog);
+        dialog->reject();
+        QVERIFY(waitUntil([&] { return closed.isNull() && !unit.listRun().running; }));
+        dialog = openDialog();
+        line = dialog->findChild<QLabel*>("lblListRunState");
+        QTest::mouseClick(dialog->findChild<QPushButton*>("btnListRun"), Qt::LeftButton);
+    }
     if (stopMidway) {
         QVERIFY(waitUntil([&] { return watch(), ran.size() >= 3 && shown.size() >= 2; }));
         QTest::mouseClick(dialog->findChild<QPushButton*>("btnListStop"), Qt::LeftButton);
