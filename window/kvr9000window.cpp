@@ -120,6 +120,18 @@ KVR9000Window::KVR9000Window(QSharedPointer<zelt::widget::EquipmentInfo> const& 
     loadSetting();
     initWidget();
     m_initialised = true;
+    // What a host may reach without knowing this family.
+    setParts({m_dmm, ui->actionStart, ui->tv1, m_lcd,
+              [this] {
+                  auto const sample = m_dmm->lastMeasureData();
+                  Channel const* ch = sample ? sample->activeChannel() : nullptr;
+                  return ch ? zelt::widget::OutputState {true, ch->outputOn, ch->voltage.protectionTripped,
+                                                         ch->current.protectionTripped}
+                            : zelt::widget::OutputState {};
+              },
+              [this](zelt::widget::Protection p) {
+                  p == zelt::widget::Protection::OverVoltage ? m_dmm->cmdOVPClear() : m_dmm->cmdOCPClear();
+              }});
 
     m_dmm->open();
     // The host hears of the window only once the constructor has returned.
