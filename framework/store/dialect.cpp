@@ -18,7 +18,8 @@ Dialect makeDialect(StoreTarget::Kind kind)
     QString const key = pg ? QStringLiteral("BIGSERIAL PRIMARY KEY") : QStringLiteral("INTEGER PRIMARY KEY");
     QString const integer = pg ? QStringLiteral("BIGINT") : QStringLiteral("INTEGER");
     QString const real = pg ? QStringLiteral(" DOUBLE PRECISION") : QStringLiteral(" REAL");
-    Dialect d {kind, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}};
+    Dialect d {kind, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {},
+               {},   {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}};
     d.schema << QStringLiteral("CREATE TABLE IF NOT EXISTS sessions (id %1, uid TEXT NOT NULL UNIQUE, "
                                "instrument TEXT, model TEXT, resource TEXT, host TEXT, pid %2, "
                                "started_ms %2 NOT NULL, ended_ms %2, state INTEGER NOT NULL DEFAULT 0, "
@@ -33,6 +34,22 @@ Dialect makeDialect(StoreTarget::Kind kind)
                                "PRIMARY KEY (session_id, seq))%3")
                     .arg(integer, numberColumns(real), pg ? QString() : QStringLiteral(" WITHOUT ROWID"))
              << QStringLiteral("CREATE INDEX IF NOT EXISTS rows_time ON rows (session_id, t_ms)");
+    QStringList bounds;
+    for (int i = 0; i < kNumberColumns; ++i)
+        bounds << QStringLiteral("lo%1%2").arg(i).arg(real);
+    for (int i = 0; i < kNumberColumns; ++i)
+        bounds << QStringLiteral("hi%1%2").arg(i).arg(real);
+    d.schema << QStringLiteral(
+                    "CREATE TABLE IF NOT EXISTS blocks (session_id %1 NOT NULL, first_seq %1 NOT NULL, "
+                    "last_seq %1 NOT NULL, t_first %1 NOT NULL, t_last %1 NOT NULL, %2, "
+                    "PRIMARY KEY (session_id, first_seq))")
+                    .arg(integer, bounds.join(QStringLiteral(", ")));
+    QString marks = QStringLiteral("?, ?, ?, ?, ?");
+    for (int i = 0; i < 2 * kNumberColumns; ++i)
+        marks += QStringLiteral(", ?");
+    d.insertBlock = QStringLiteral("INSERT INTO blocks VALUES (%1)").arg(marks);
+    d.blockSpan = QStringLiteral("SELECT MIN(first_seq), MAX(last_seq), COUNT(*) FROM blocks "
+                                 "WHERE session_id = ? AND first_seq >= ? AND last_seq <= ?");
     d.insertSession = QStringLiteral("INSERT INTO sessions (uid, instrument, model, resource, host, pid, "
                                      "started_ms, seen_ms) VALUES (?, ?, ?, ?, ?, ?, ?, ?) RETURNING id");
     d.upsertSession = QStringLiteral(
@@ -74,7 +91,8 @@ Dialect makeDialect(StoreTarget::Kind kind)
                       .arg(numbers.join(QStringLiteral(", ")));
     d.dropRowsUpTo = QStringLiteral("DELETE FROM rows WHERE session_id = ? AND seq <= ?");
     d.rowsLeft = QStringLiteral("SELECT COUNT(*) FROM rows WHERE session_id = ?");
-    d.deleteSession << QStringLiteral("DELETE FROM rows WHERE session_id = ?")
+    d.deleteSession << QStringLiteral("DELETE FROM blocks WHERE session_id = ?")
+                    << QStringLiteral("DELETE FROM rows WHERE session_id = ?")
                     << QStringLiteral("DELETE FROM segments WHERE session_id = ?")
                     << QStringLiteral("DELETE FROM sessions WHERE id = ?");
     d.pendingSessions = QStringLiteral("SELECT id, state FROM sessions ORDER BY id");
@@ -111,6 +129,16 @@ QString Dialect::decimate(QList<int> const& columns) const
         text += QStringLiteral(", MIN(n%1), MAX(n%1)").arg(c);
     // A range of the key reads the rows in place; the time index would look each one up.
     text += QStringLiteral(" FROM rows WHERE session_id = ? AND seq BETWEEN ? AND ? GROUP BY b ORDER BY b");
+    return text;
+}
+
+QString Dialect::decimateBlocks(QList<int> const& columns) const
+{
+    QString text = QStringLiteral("SELECT (t_first - ?) / ? AS b, MIN(t_first), MAX(t_last)");
+    for (int c : columns)
+        text += QStringLiteral(", MIN(lo%1), MAX(hi%1)").arg(c);
+    text += QStringLiteral(" FROM blocks WHERE session_id = ? AND first_seq >= ? AND last_seq <= ? "
+                           "GROUP BY b ORDER BY b");
     return text;
 }
 

@@ -5,7 +5,11 @@
 //            row_count, seen_ms)
 //   segments(session_id, segment, first_seq, started_ms, columns)   columns: a JSON array
 //   rows(session_id, seq, segment, t_ms, cells, n0 .. n23)
+//   blocks(session_id, first_seq, last_seq, t_first, t_last, lo0 .. lo23, hi0 .. hi23)
 // cells holds the row's texts as a JSON array; nK the number of cell K where it is one.
+// A block sums up kBlockRows rows (the minimum and maximum of each numeric cell), so that a
+// chart of a long session reads a few thousand blocks instead of every row; only the local
+// file keeps them, a server's database aggregates fast enough by itself.
 
 #include "store/storetypes.h"
 
@@ -15,6 +19,7 @@
 namespace zelt::store::detail {
 
 using zelt::store::kNumberColumns;
+constexpr int kBlockRows = 256;
 
 struct Dialect
 {
@@ -42,12 +47,16 @@ struct Dialect
     QString rowsLeft; // session_id -> count
     QStringList deleteSession; // id, in each
     QString pendingSessions; // -> id, state
+    QString insertBlock; // session_id, first_seq, last_seq, t_first, t_last, lo0..lo23, hi0..hi23
+    QString blockSpan; // session_id, from_seq, to_seq -> first seq, last seq, count of the blocks inside
 
     // INSERT of count rows: session_id, seq, segment, t_ms, cells, n0..n23 each.
     QString insertRows(int count) const;
     // Minimum and maximum of numeric cells over buckets of time, for a range of rows:
     // from_ms, width_ms, session_id, from_seq, to_seq -> bucket, first t, last t, min, max per column.
     QString decimate(QList<int> const& columns) const;
+    // The same over blocks: from_ms, width_ms, session_id, from_seq, to_seq.
+    QString decimateBlocks(QList<int> const& columns) const;
     static Dialect const& of(StoreTarget::Kind kind);
 };
 

@@ -11,6 +11,10 @@
 #include <QSqlQuery>
 #include <QVariant>
 
+#include <map>
+#include <optional>
+#include <vector>
+
 namespace zelt::store {
 
 namespace {
@@ -183,25 +187,69 @@ QList<QList<Bucket>> SessionReader::decimate(qint64 session, QList<int> const& c
     Dialect const& dialect = Dialect::of(m_target.kind);
     if (!seqAt(dialect.seqFrom, fromMs, &fromSeq) || !seqAt(dialect.seqUpTo, toMs, &toSeq))
         return result;
-    QSqlQuery query(db);
-    query.setForwardOnly(true);
-    query.prepare(dialect.decimate(wanted));
-    query.addBindValue(fromMs);
-    query.addBindValue(qMax<qint64>(1, (toMs - fromMs) / buckets + 1));
-    query.addBindValue(session);
-    query.addBindValue(fromSeq);
-    query.addBindValue(toSeq);
-    if (!query.exec()) {
-        m_error = query.lastError().databaseText();
-        return result;
+    qint64 const width = qMax<qint64>(1, (toMs - fromMs) / buckets + 1);
+    // Slices by number, merged from the blocks and the rows around them.
+    std::map<qint64, std::vector<std::optional<Bucket>>> slices;
+    auto gather = [&](QString const& statement, qint64 firstSeq, qint64 lastSeq) {
+        if (firstSeq > lastSeq)
+            return true;
+        QSqlQuery query(db);
+        query.setForwardOnly(true);
+        query.prepare(statement);
+        query.addBindValue(fromMs);
+        query.addBindValue(width);
+        query.addBindValue(session);
+        query.addBindValue(firstSeq);
+        query.addBindValue(lastSeq);
+        if (!query.exec()) {
+            m_error = query.lastError().databaseText();
+            return false;
+        }
+        while (query.next()) {
+            auto& slice = slices[query.value(0).toLongLong()];
+            slice.resize(wanted.size());
+            qint64 const first = query.value(1).toLongLong();
+            qint64 const last = query.value(2).toLongLong();
+            for (qsizetype i = 0; i < wanted.size(); ++i) {
+                QVariant const min = query.value(3 + 2 * int(i));
+                if (min.isNull())
+                    continue;
+                Bucket const add {first, last, min.toDouble(), query.value(4 + 2 * int(i)).toDouble()};
+                auto& into = slice[size_t(i)];
+                into = !into ? add
+                             : Bucket {std::min(into->firstMs, first), std::max(into->lastMs, last),
+                                       std::min(into->min, add.min), std::max(into->max, add.max)};
+            }
+        }
+        return true;
+    };
+    bool done = false;
+    // Blocks only where a slice spans two of them at least, so that a block's place in time is
+    // a small part of its slice.
+    if ((toSeq - fromSeq) / buckets >= qint64(2) * detail::kBlockRows) {
+        QSqlQuery span(db);
+        span.prepare(dialect.blockSpan);
+        span.addBindValue(session);
+        span.addBindValue(fromSeq);
+        span.addBindValue(toSeq);
+        if (span.exec() && span.next() && !span.value(0).isNull()) {
+            qint64 const first = span.value(0).toLongLong();
+            qint64 const last = span.value(1).toLongLong();
+            // Every block there, or the rows are read instead.
+            if (last - first + 1 == span.value(2).toLongLong() * detail::kBlockRows)
+                done = gather(dialect.decimateBlocks(wanted), first, last)
+                    && gather(dialect.decimate(wanted), fromSeq, first - 1)
+                    && gather(dialect.decimate(wanted), last + 1, toSeq);
+        }
     }
-    while (query.next()) {
-        qint64 const first = query.value(1).toLongLong();
-        qint64 const last = query.value(2).toLongLong();
-        for (qsizetype i = 0; i < wanted.size(); ++i) {
-            QVariant const min = query.value(3 + 2 * int(i));
-            if (!min.isNull())
-                result[i] << Bucket {first, last, min.toDouble(), query.value(4 + 2 * int(i)).toDouble()};
+    if (!done) {
+        slices.clear();
+        gather(dialect.decimate(wanted), fromSeq, toSeq);
+    }
+    for (auto const& [bucket, columns] : slices) {
+        for (size_t i = 0; i < columns.size(); ++i) {
+            if (columns[i])
+                result[qsizetype(i)] << *columns[i];
         }
     }
     return result;

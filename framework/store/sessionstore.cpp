@@ -14,6 +14,7 @@
 #include <QUuid>
 #include <QVariant>
 
+#include <array>
 #include <atomic>
 #include <condition_variable>
 #include <deque>
@@ -92,6 +93,12 @@ struct Live
     qint64 seq = 0;
     int segment = 0;
     qint64 uncounted = 0; // rows since the last commit
+    // The block in progress: its first row's time, its last's, and the bounds of each number.
+    qint64 blockFirstMs = 0;
+    qint64 blockLastMs = 0;
+    std::array<double, kNumberColumns> lo {};
+    std::array<double, kNumberColumns> hi {};
+    std::array<bool, kNumberColumns> seen {};
 };
 
 class Writer
@@ -134,6 +141,8 @@ private:
         if (ok) {
             m_insertRow = QSqlQuery(db);
             m_insertRow.prepare(m_dialect.insertRows(1));
+            m_insertBlock = QSqlQuery(db);
+            m_insertBlock.prepare(m_dialect.insertBlock);
         }
 
         QElapsedTimer sinceCommit;
@@ -185,6 +194,7 @@ private:
             }
         }
         m_insertRow = QSqlQuery();
+        m_insertBlock = QSqlQuery();
         std::lock_guard lock(m_shared.mutex);
         m_shared.writerDone = true;
         m_shared.progress.notify_all();
@@ -242,6 +252,11 @@ private:
             if (it == m_live.end())
                 return true;
             Live& live = it->second;
+            if (live.seq % kBlockRows == 0) {
+                live.blockFirstMs = command.timeMs;
+                live.seen.fill(false);
+            }
+            live.blockLastMs = command.timeMs;
             m_insertRow.bindValue(0, live.id);
             m_insertRow.bindValue(1, live.seq);
             m_insertRow.bindValue(2, live.segment);
@@ -252,9 +267,16 @@ private:
                 double const value = i < command.cells.size() ? command.cells.at(i).toDouble(&number) : 0.0;
                 m_insertRow.bindValue(5 + i,
                                       number ? QVariant(value) : QVariant(QMetaType::fromType<double>()));
+                if (number) {
+                    live.lo[i] = live.seen[i] ? std::min(live.lo[i], value) : value;
+                    live.hi[i] = live.seen[i] ? std::max(live.hi[i], value) : value;
+                    live.seen[i] = true;
+                }
             }
             if (!m_insertRow.exec())
                 return fail(m_insertRow, m_dialect.insertRows(1));
+            if (m_blocks && live.seq % kBlockRows == kBlockRows - 1 && !insertBlock(live))
+                return false;
             ++live.seq;
             ++live.uncounted;
             return true;
@@ -284,6 +306,21 @@ private:
         }
         }
         return true;
+    }
+
+    bool insertBlock(Live const& live)
+    {
+        m_insertBlock.bindValue(0, live.id);
+        m_insertBlock.bindValue(1, live.seq - (kBlockRows - 1));
+        m_insertBlock.bindValue(2, live.seq);
+        m_insertBlock.bindValue(3, live.blockFirstMs);
+        m_insertBlock.bindValue(4, live.blockLastMs);
+        QVariant const none(QMetaType::fromType<double>());
+        for (int i = 0; i < kNumberColumns; ++i) {
+            m_insertBlock.bindValue(5 + i, live.seen[i] ? QVariant(live.lo[i]) : none);
+            m_insertBlock.bindValue(5 + kNumberColumns + i, live.seen[i] ? QVariant(live.hi[i]) : none);
+        }
+        return m_insertBlock.exec() || fail(m_insertBlock, m_dialect.insertBlock);
     }
 
     bool insertSegment(QSqlDatabase& db, Live const& live, Command const& command)
@@ -366,6 +403,9 @@ private:
     Shared& m_shared;
     Dialect const& m_dialect;
     QSqlQuery m_insertRow;
+    QSqlQuery m_insertBlock;
+    // A spool's rows leave for the server, which sums them up itself.
+    bool const m_blocks = m_shared.target.kind == StoreTarget::Kind::Sqlite;
     std::unordered_map<quint64, Live> m_live;
 };
 

@@ -108,6 +108,8 @@ private Q_SLOTS:
     void cleanupTestCase();
     void rowsInOrderAcrossClear_data() { kinds(); }
     void rowsInOrderAcrossClear();
+    void chartSlicesKeepExtremes_data() { kinds(); }
+    void chartSlicesKeepExtremes();
     void csvRangeAsWindowExport_data() { kinds(); }
     void csvRangeAsWindowExport();
     void twoWritersAtOnce_data() { kinds(); }
@@ -219,6 +221,37 @@ void TestSessionStore::rowsInOrderAcrossClear()
     QCOMPARE(buckets.first().size(), 3);
     QCOMPARE(buckets.first().first().min, 10.0);
     QCOMPARE(buckets.first().last().max, 10 + 299 * 0.5);
+}
+
+void TestSessionStore::chartSlicesKeepExtremes()
+{
+    SKIP_WITHOUT_SERVER();
+    StoreTarget const where = target();
+    int const total = 5000; // whole blocks of rows and a tail of single rows
+    auto voltage = [](int i) {
+        return i == 1234 ? 999.0 : i == total - 1 ? -5.0 : double(i % 100);
+    };
+    {
+        SessionStore store(where);
+        quint64 const id = store.beginSession({"PSU", "KVR9040-40", "sim"}, kColumns);
+        for (int i = 0; i < total; ++i) {
+            QStringList cells = cellsOf(i);
+            cells[3] = QString::number(voltage(i), 'f', 3);
+            store.appendRow(id, kBase + i, cells);
+        }
+        QVERIFY(store.flush(10000));
+    }
+    SessionReader reader(where);
+    QVERIFY(reader.open());
+    auto const slices
+        = reader.decimate(reader.sessions().first().id, {3}, kBase, kBase + total - 1, 2).first();
+    QCOMPARE(slices.size(), 2);
+    QCOMPARE(slices.at(0).firstMs, kBase);
+    QCOMPARE(slices.at(0).max, 999.0);
+    QCOMPARE(slices.at(0).min, 0.0);
+    QCOMPARE(slices.at(1).max, 99.0);
+    QCOMPARE(slices.at(1).min, -5.0);
+    QCOMPARE(slices.at(1).lastMs, kBase + total - 1);
 }
 
 void TestSessionStore::csvRangeAsWindowExport()
