@@ -484,6 +484,9 @@ QCustomPlot* KVR9000Window::createPlot(QString const& title, QList<PlotGraph> co
     ticker->setDateTimeFormat(QStringLiteral("yyyy-MM-dd HH:mm:ss").replace(u' ', u'\n'));
     ticker->setTickStepStrategy(QCPAxisTicker::tssMeetTickCount);
     plot->xAxis->setTicker(ticker);
+    // Before the first sample the axis shows the present minute, not the clock's epoch.
+    double const now = double(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
+    plot->xAxis->setRange(now, now + 60.0);
     plot->xAxis2->setTicker(ticker);
     // xAxis2 is only the upper frame line.
     plot->xAxis2->setVisible(true);
