@@ -211,8 +211,12 @@ bool MainWindow::openEquipment(QSharedPointer<zelt::widget::EquipmentInfo> const
 void MainWindow::setSessionStore(zelt::store::SessionStore* store)
 {
     m_store = store;
-    connect(store, &zelt::store::SessionStore::loggingStopped, this,
-            [this](QString const& reason) { statusBar()->showMessage(reason); });
+    // Also before any instrument window is open, such as a session file moved aside at start.
+    auto show = [this](QString const& text) {
+        statusBar()->showMessage(text);
+    };
+    connect(store, &zelt::store::SessionStore::message, this, show);
+    connect(store, &zelt::store::SessionStore::loggingStopped, this, show);
 }
 
 bool MainWindow::instrumentsOpen() const
