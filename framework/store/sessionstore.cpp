@@ -516,8 +516,11 @@ private:
             if (pass != Pass::Done)
                 backoffMs = qMin(backoffMs * 2, 4000);
             std::unique_lock lock(m_shared.mutex);
-            m_shared.progress.wait_for(lock, std::chrono::milliseconds(waitMs),
-                                       [this] { return m_shared.abandon || m_shared.flushAsked; });
+            // Up to date: the next commit wakes it. Else the back-off runs its course.
+            bool const idle = pass == Pass::Done;
+            m_shared.progress.wait_for(lock, std::chrono::milliseconds(waitMs), [this, idle, mark] {
+                return m_shared.abandon || m_shared.flushAsked || (idle && m_shared.committed != mark);
+            });
         }
     }
 
@@ -711,8 +714,8 @@ private:
         return false;
     }
 
-    static constexpr int kBatch = 2000;
-    static constexpr int kStatementRows = 200;
+    static constexpr int kBatch = 5000;
+    static constexpr int kStatementRows = 500;
 
     struct Remote
     {
