@@ -2,14 +2,22 @@
 // tables, and a host killed while polling leaves an interrupted session holding every row
 // up to the last commit.
 
+#include "host/sessions/sessionbrowser.h"
+#include "host/sessions/sessionchart.h"
 #include "host/sessions/sessionrecorder.h"
+#include "host/sessions/sessionviewer.h"
 #include "store/sessionreader.h"
 #include "store/sessionstore.h"
 #include "util/character.h"
 
 #include <QAbstractTableModel>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QTableView>
+#include <QTreeWidget>
 #include <QtTest>
+
+#include "plot/customplot.h"
 
 #include <csignal>
 
@@ -71,6 +79,7 @@ class TestHostSessions : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void recorderFollowsTheTable();
+    void browserOpensAndDeletes();
     void killedHostLeavesInterruptedSession();
 
 private:
@@ -126,6 +135,57 @@ void TestHostSessions::recorderFollowsTheTable()
     QCOMPARE(file.readAll(),
              csvOf(&before, m_dir.filePath(QStringLiteral("a.csv")))
                  + csvOf(&after, m_dir.filePath(QStringLiteral("b.csv"))));
+}
+
+void TestHostSessions::browserOpensAndDeletes()
+{
+    StoreTarget const target {
+        StoreTarget::Kind::Sqlite, m_dir.filePath(QStringLiteral("browser.sqlite")), {}, {}, 5432, {}, {}};
+    {
+        SessionStore store(target);
+        quint64 const older = store.beginSession({"Older", "KVR9040-40", "a"}, {"No.", "Time", "Voltage"});
+        store.appendRow(older, 1000, {"1", "t", "1.000"});
+        store.endSession(older);
+        QTest::qWait(5); // a later start
+        quint64 const newer = store.beginSession({"Newer", "KVR9040-40", "b"}, {"No.", "Time", "Voltage"});
+        for (int i = 0; i < 3000; ++i)
+            store.appendRow(newer, 2000 + i, {QString::number(i + 1), "t", QString::number(i % 7, 'f', 3)});
+        QVERIFY(store.flush(5000));
+    }
+    zelt::host::SessionBrowser browser(target);
+    auto* list = browser.findChild<QTreeWidget*>(QStringLiteral("list"));
+    QCOMPARE(list->topLevelItemCount(), 2);
+    QCOMPARE(list->topLevelItem(0)->text(0), QStringLiteral("Newer"));
+    QCOMPARE(list->topLevelItem(0)->text(4), QStringLiteral("3000"));
+    QCOMPARE(list->topLevelItem(1)->text(5), QStringLiteral("ended"));
+
+    zelt::host::SessionViewer* viewer = browser.openSession(browser.sessions().first());
+    QVERIFY(viewer);
+    QCOMPARE(viewer->findChild<QTableView*>()->model()->rowCount(), 3000);
+    QCOMPARE(viewer->findChild<QTableView*>()->model()->index(2999, 0).data().toString(),
+             QStringLiteral("3000"));
+    QCPGraph* voltage = viewer->chart()->plot()->graph(0);
+    QVERIFY(voltage->dataCount() > 0);
+    bool found = false;
+    QCPRange const range = voltage->getValueRange(found);
+    QVERIFY(found);
+    QCOMPARE(range.lower, 0.0);
+    QCOMPARE(range.upper, 6.0);
+
+    // Deleting asks first; the answer Yes removes the session and its rows.
+    QTimer::singleShot(0, &browser, [] {
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            if (auto* box = qobject_cast<QMessageBox*>(widget))
+                box->button(QMessageBox::Yes)->click();
+        }
+    });
+    list->setCurrentItem(list->topLevelItem(1));
+    browser.findChild<QPushButton*>(QStringLiteral("buttonDelete"))->click();
+    QCOMPARE(list->topLevelItemCount(), 1);
+    SessionReader reader(target);
+    QVERIFY(reader.open());
+    QCOMPARE(reader.sessions().size(), 1);
+    QCOMPARE(reader.sessions().first().header.instrument, QStringLiteral("Newer"));
 }
 
 void TestHostSessions::killedHostLeavesInterruptedSession()
