@@ -40,7 +40,14 @@ void PlotHouse::replot()
     // The time axis is as wide as the newest points are long; QCustomPlot keeps the old
     // range for a width of 0, as with a single point.
     m_plot->xAxis->setRange(last, last - first, Qt::AlignRight);
-    m_plot->replot(QCustomPlot::rpRefreshHint);
+    // A chart that nobody can see is drawn when it shows again; a visible one is drawn now and
+    // shown with the rest of the window, not by a repaint of its own in the middle of a sample.
+    if (!m_plot->isVisible() || m_plot->visibleRegion().isEmpty()) {
+        m_stale = true;
+        return;
+    }
+    m_stale = false;
+    m_plot->replot(QCustomPlot::rpQueuedRefresh);
 }
 
 void PlotHouse::clear()
@@ -93,6 +100,11 @@ void PlotHouse::showTracer(double key)
 
 bool PlotHouse::eventFilter(QObject* watched, QEvent* event)
 {
+    if (watched == m_plot && m_stale && event->type() == QEvent::Paint) {
+        // Shown again after samples came: the chart shows them at once.
+        m_stale = false;
+        m_plot->replot(QCustomPlot::rpQueuedRefresh);
+    }
     if (event->type() != QEvent::ContextMenu || watched != m_plot)
         return QObject::eventFilter(watched, event);
 

@@ -32,7 +32,8 @@ public:
               QObject* parent = nullptr);
     ~PlotHouse() override;
 
-    // Puts the newest m_displayPoints points of graph 0 on the time axis and refreshes.
+    // Puts the newest m_displayPoints points of graph 0 on the time axis and refreshes; a chart
+    // that cannot be seen is drawn when it next paints.
     void replot();
     // Empties every graph without a refresh; the selection, tracer and note stay.
     void clear();
@@ -72,6 +73,7 @@ private:
     QCPItemText* m_tracerText = nullptr;
     QCPAbstractItem* m_item = nullptr;
     double m_displayPoints = 20.0;
+    bool m_stale = false; // replotted while it could not be seen
 };
 
 // The table side of a render; owns its model.

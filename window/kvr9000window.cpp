@@ -12,6 +12,7 @@
 #include "programmer/dialogprogrammer.h"
 #include "quicksettings/buttonitemdelegate.h"
 #include "quicksettings/quicksettingdatamodel.h"
+#include "recording/celldelegate.h"
 #include "recording/dpdatarender.h"
 #include "system/system.h"
 #include "util/character.h"
@@ -221,6 +222,7 @@ void KVR9000Window::initWidget()
     header->setDefaultAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
     header->setSectionResizeMode(QHeaderView::Stretch);
     ui->tv1->setSelectionBehavior(QAbstractItemView::SelectRows);
+    ui->tv1->setItemDelegate(new CellCacheDelegate(ui->tv1));
     ui->tv1->installEventFilter(this);
 
     initDataRender();
