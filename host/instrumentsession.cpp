@@ -15,6 +15,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QSettings>
+#include <QSignalBlocker>
 
 namespace zelt::host {
 
@@ -95,7 +96,10 @@ InstrumentSession::InstrumentSession(zelt::widget::EquipmentWindow* window, QObj
     }
     bool const manual
         = m_info && QSettings().value(kManualReconnectKey).toStringList().contains(m_info->resource);
-    m_autoReconnect->setChecked(!manual);
+    {
+        QSignalBlocker const quiet(m_autoReconnect); // the stored choice, not a new one
+        m_autoReconnect->setChecked(!manual);
+    }
     if (m_monitor)
         m_monitor->setAutoReconnect(!manual);
     onLinkChanged();

@@ -10,5 +10,7 @@ build=${BUILD_DIR:-build-check}
 # The "check" preset of CMakePresets.json, so that an IDE builds the same tree.
 cmake --preset check -B "$build" >/dev/null
 cmake --build "$build"
-export QT_QPA_PLATFORM=offscreen
-ctest --test-dir "$build" --output-on-failure --timeout 300
+# The "check" test preset: offscreen, output on failure, a time limit per suite. Suites run side
+# by side: each has its own settings folders and ports, and those that need the one portmapper
+# port hold a lock on it.
+ctest --preset check --test-dir "$build" -j "$(nproc)"

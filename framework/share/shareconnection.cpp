@@ -34,7 +34,7 @@ ShareConnection::ShareConnection(QTcpSocket* socket, zelt::measure::MeasureInst*
     socket->setParent(this);
     socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     // Bytes beyond this stay with the system, so a client that floods is held back by TCP.
-    socket->setReadBufferSize(64 * 1024);
+    socket->setReadBufferSize(qint64(64) * 1024);
     connect(socket, &QTcpSocket::readyRead, this, &ShareConnection::readLines);
     // The client took answers: lines held back may go on.
     connect(socket, &QTcpSocket::bytesWritten, this, &ShareConnection::readLines);

@@ -26,7 +26,7 @@ public:
     // Queries in flight at most; more lines wait in the socket until answers are read.
     static constexpr int kMaxPending = 32;
     // Answers not yet taken by the client at most, before its lines are no longer read.
-    static constexpr qint64 kMaxUnread = 256 * 1024;
+    static constexpr qint64 kMaxUnread = qint64(256) * 1024;
     static constexpr int kQueryTimeMs = 3000;
     static constexpr int kMaxErrors = 16;
 
