@@ -340,6 +340,34 @@ print('ok')
         QVERIFY(polling(session));
     }
 
+    // A script that floods the port and never reads, then hangs up with queries in flight: the
+    // window keeps polling, another script keeps being answered, and the connection goes.
+    void floodingClientHangsUp()
+    {
+        QVERIFY(startServer());
+        InstrumentSession* session = open(m_server.resourceString());
+        QVERIFY(session);
+        QTRY_VERIFY(polling(session));
+        QVERIFY(session->share(0, false));
+        QSignalSpy passes(session->window()->parts().queue.data(),
+                          &zelt::measure::MeasureInst::passCompleted);
+        ScriptSocket flooder;
+        QVERIFY(flooder.open(session->shareServer()->port()));
+        QByteArray flood;
+        for (int i = 0; i < 20000; ++i)
+            flood += ":SYST:BRIG?\n";
+        flooder.write(flood);
+        ScriptSocket other;
+        QVERIFY(other.open(session->shareServer()->port()));
+        for (int i = 0; i < 5; ++i)
+            QCOMPARE(other.ask("*IDN?").left(4), QByteArray("KVR,"));
+        QTRY_VERIFY(passes.count() >= 5);
+        flooder.abort();
+        QTRY_COMPARE(session->shareServer()->connectionCount(), 1);
+        QCOMPARE(other.ask("*IDN?").left(4), QByteArray("KVR,"));
+        QVERIFY(polling(session));
+    }
+
     // The driver's answers come late and time out while a script's queries wait: each query
     // gets its own answer or fails, and the recorded readings stay readings.
     void lateAnswersNeverCross()
