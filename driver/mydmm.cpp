@@ -174,6 +174,28 @@ SignPrefix const kSignPrefixes[] = {
     {QLatin1String(kCmdDelayQueryNumEnd), Sign::DelayNumEnd},
 };
 
+// The first entry of table whose prefix starts text, or -1; remembered by text, since the ring
+// asks the same words pass after pass. Set commands carry values, so the memory is bounded.
+template<typename Entry, size_t N>
+int prefixIndex(QHash<QString, int>& memo, QString const& text, Entry const (&table)[N])
+{
+    constexpr qsizetype kRemembered = 256;
+    auto const found = memo.constFind(text);
+    if (found != memo.constEnd())
+        return *found;
+    int index = -1;
+    for (size_t i = 0; i < N; ++i) {
+        if (text.startsWith(table[i].prefix, Qt::CaseSensitive)) {
+            index = int(i);
+            break;
+        }
+    }
+    if (memo.size() >= kRemembered)
+        memo.clear();
+    memo.insert(text, index);
+    return index;
+}
+
 bool isParallelMode(QString const& mode)
 {
     return mode == QLatin1String(kPowerModePARAMaster) || mode == QLatin1String(kPowerModePARASlave);
@@ -394,10 +416,9 @@ void MyDMM::processWord(QSharedPointer<Word> const& word)
 
 bool MyDMM::processEspecialCmd(QString const& text)
 {
-    for (SignPrefix const& entry : kSignPrefixes) {
-        if (!text.startsWith(entry.prefix, Qt::CaseSensitive))
-            continue;
-        switch (entry.sign) {
+    int const index = prefixIndex(m_signIndex, text, kSignPrefixes);
+    if (index >= 0) {
+        switch (kSignPrefixes[index].sign) {
         case Sign::MeasureBegin:
             m_current = QSharedPointer<DmmData>::create();
             break;
@@ -487,10 +508,9 @@ bool MyDMM::cmdHandler(QString const& word, QString const& response)
         return makeUVB(response, 0, 3, unit);
     };
 
-    for (FieldPrefix const& entry : kFieldPrefixes) {
-        if (!word.startsWith(entry.prefix, Qt::CaseSensitive))
-            continue;
-        switch (entry.field) {
+    int const index = prefixIndex(m_fieldIndex, word, kFieldPrefixes);
+    if (index >= 0) {
+        switch (kFieldPrefixes[index].field) {
         case Field::PowerMode:
             if (response != m_powerMode)
                 changePowerMode(response);

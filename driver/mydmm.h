@@ -151,6 +151,9 @@ private:
         QString delayState, delayCycles, delayEndState, delayParam, delayStart, delayGroups, delayStop;
     };
     QueryTexts m_queries;
+    // Which sign or field prefix a word's text starts with, by text.
+    QHash<QString, int> m_signIndex;
+    QHash<QString, int> m_fieldIndex;
 
     static QHash<QString, int> const m_channelFlagMap;
 };
