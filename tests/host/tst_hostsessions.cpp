@@ -14,6 +14,8 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTableView>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -207,10 +209,18 @@ void TestHostSessions::killedHostLeavesInterruptedSession()
                               {},
                               {}};
 
+    // A free port for the host's shared SCPI port, through which the output goes on.
+    quint16 sharePort = 0;
+    {
+        QTcpServer probe;
+        QVERIFY(probe.listen(QHostAddress::LocalHost));
+        sharePort = probe.serverPort();
+    }
     QProcess host;
     host.setProcessEnvironment(environment);
     host.start(QStringLiteral(ZELT_HOST_FILE),
-               {"--plugin-dir", ZELT_KVR9000_PLUGIN_DIR, "--simulate", "KVR9040-40"});
+               {"--plugin-dir", ZELT_KVR9000_PLUGIN_DIR, "--simulate", "KVR9040-40", "--share",
+                QString::number(sharePort)});
     QVERIFY(host.waitForStarted());
     auto const stopHost = qScopeGuard([&host] {
         host.kill();
@@ -222,6 +232,11 @@ void TestHostSessions::killedHostLeavesInterruptedSession()
         return sessions.isEmpty() ? 0 : sessions.first().rows;
     };
     QTRY_VERIFY_WITH_TIMEOUT(logged() > 0, 30000);
+    QTcpSocket script;
+    script.connectToHost(QHostAddress::LocalHost, sharePort);
+    QVERIFY(script.waitForConnected(5000));
+    script.write(":SOURce:VOLTage:LEVel 5\n:SOURce:CURRent:LEVel 1\n:OUTPut:STATe ON\n");
+    QVERIFY(script.waitForBytesWritten(5000));
     QTest::qWait(2000);
     qint64 const killedAt = QDateTime::currentMSecsSinceEpoch();
     ::kill(pid_t(host.processId()), SIGKILL);
@@ -241,6 +256,9 @@ void TestHostSessions::killedHostLeavesInterruptedSession()
     QCOMPARE(rows.size(), sessions.first().rows);
     QVERIFY2(rows.last().timeMs >= killedAt - 1000,
              qPrintable(QStringLiteral("last row %1 ms before the kill").arg(killedAt - rows.last().timeMs)));
+    // The output was on for the last rows: 5 V into the simulator's 10 ohms.
+    QVERIFY2(qAbs(rows.last().cells.value(3).toDouble() - 5.0) < 0.05,
+             qPrintable(rows.last().cells.value(3)));
     // Every row as the table showed it: numbered without a gap, stamped when it was sampled.
     for (int i = 0; i < rows.size(); ++i) {
         QCOMPARE(rows.at(i).seq, i);
