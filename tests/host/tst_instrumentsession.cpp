@@ -232,6 +232,31 @@ private Q_SLOTS:
         QCOMPARE(settingsSince(m_server, from), QStringList {":SOURce:VOLTage:PROTection:CLEar"});
     }
 
+    // Quitting while an output is on asks first; No keeps the host and the instrument running.
+    void quitAsksWhileAnOutputIsOn()
+    {
+        QVERIFY(startServer());
+        InstrumentSession* session = open(m_server.resourceString());
+        QVERIFY(session);
+        QTRY_VERIFY(polling(session));
+        send(session, {":OUTPut:STATe ON"});
+        QTRY_VERIFY(session->outputOn());
+        QString asked;
+        QTimer::singleShot(50, this, [&asked] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (!box)
+                return;
+            asked = box->text();
+            box->button(QMessageBox::No)->click();
+        });
+        m_host->close();
+        QVERIFY2(asked.contains(QStringLiteral("The output of PSU is on")), qPrintable(asked));
+        QVERIFY(m_host->isVisible());
+        QVERIFY(polling(session));
+        send(session, {":OUTPut:STATe OFF"});
+        QTRY_VERIFY(!session->outputOn());
+    }
+
     void rejectedSettingShownWithItsLine_data()
     {
         QTest::addColumn<QString>("setting");
