@@ -47,6 +47,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 using zelt::util::numeric::Range;
@@ -102,6 +103,25 @@ QString translatedPowerModeText(QString const& mode)
 void selectByData(QComboBox* box, QString const& word)
 {
     box->setCurrentIndex(box->findData(word, Qt::UserRole, Qt::MatchCaseSensitive));
+}
+
+// A spin box is drawn again by every setValue, even of the value it shows; most samples change
+// none of the settings.
+void showValue(QDoubleSpinBox* spin, double value)
+{
+    if (!std::isnan(value)) {
+        double const shown = std::clamp(QString::number(value, 'f', spin->decimals()).toDouble(),
+                                        spin->minimum(), spin->maximum());
+        if (spin->value() == shown)
+            return;
+    }
+    spin->setValue(value);
+}
+
+void showValue(QSpinBox* spin, int value)
+{
+    if (spin->value() != value)
+        spin->setValue(value);
 }
 
 } // namespace
@@ -1440,17 +1460,17 @@ void KVR9000Window::updateDataToConfig(QSharedPointer<DmmData> data)
     };
 
     if (free(ui->spinV))
-        ui->spinV->setValue(ch.voltage.level.value);
+        showValue(ui->spinV, ch.voltage.level.value);
     if (free(ui->spinA))
-        ui->spinA->setValue(ch.current.level.value);
+        showValue(ui->spinA, ch.current.level.value);
     if (free(ui->cbOVP))
         ui->cbOVP->setChecked(ch.voltage.protectionOn);
     if (free(ui->cbOCP))
         ui->cbOCP->setChecked(ch.current.protectionOn);
     if (free(ui->spinOvp))
-        ui->spinOvp->setValue(ch.voltage.protectionLevel.value);
+        showValue(ui->spinOvp, ch.voltage.protectionLevel.value);
     if (free(ui->spinOcp))
-        ui->spinOcp->setValue(ch.current.protectionLevel.value);
+        showValue(ui->spinOcp, ch.current.protectionLevel.value);
 
     if (free(ui->cbbSRMode)) {
         selectByData(ui->cbbSRMode, cfg.outputMode);
@@ -1461,15 +1481,15 @@ void KVR9000Window::updateDataToConfig(QSharedPointer<DmmData> data)
     }
 
     if (free(ui->spinVSRRising))
-        ui->spinVSRRising->setValue(ch.voltage.slewRising.value);
+        showValue(ui->spinVSRRising, ch.voltage.slewRising.value);
     if (free(ui->spinVSRFalling))
-        ui->spinVSRFalling->setValue(ch.voltage.slewFalling.value);
+        showValue(ui->spinVSRFalling, ch.voltage.slewFalling.value);
     if (free(ui->spinISRRising))
-        ui->spinISRRising->setValue(ch.current.slewRising.value);
+        showValue(ui->spinISRRising, ch.current.slewRising.value);
     if (free(ui->spinISRFalling))
-        ui->spinISRFalling->setValue(ch.current.slewFalling.value);
+        showValue(ui->spinISRFalling, ch.current.slewFalling.value);
     if (free(ui->spinBrightness))
-        ui->spinBrightness->setValue(cfg.brightness);
+        showValue(ui->spinBrightness, cfg.brightness);
     if (free(ui->checkBeeper))
         ui->checkBeeper->setChecked(cfg.beeper);
     if (free(ui->checkPowerDown))
@@ -1487,15 +1507,15 @@ void KVR9000Window::updateDataToConfig(QSharedPointer<DmmData> data)
     ui->spinA->setEnabled(!external);
 
     if (free(ui->spinInternalRES))
-        ui->spinInternalRES->setValue(cfg.resistance.value);
+        showValue(ui->spinInternalRES, cfg.resistance.value);
     if (free(ui->spinSlaveID))
-        ui->spinSlaveID->setValue(cfg.powerId);
+        showValue(ui->spinSlaveID, cfg.powerId);
     if (free(ui->cbbPowerOut))
         selectByData(ui->cbbPowerOut, cfg.powerOut);
     if (free(ui->spinOVPDelay))
-        ui->spinOVPDelay->setValue(cfg.ovpDelay);
+        showValue(ui->spinOVPDelay, cfg.ovpDelay);
     if (free(ui->spinOCPDelay))
-        ui->spinOCPDelay->setValue(cfg.ocpDelay);
+        showValue(ui->spinOCPDelay, cfg.ocpDelay);
     if (free(ui->cbbEload))
         selectByData(ui->cbbEload, cfg.eloadState);
 }
