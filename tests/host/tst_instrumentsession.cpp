@@ -150,6 +150,13 @@ private Q_SLOTS:
     }
     void cleanup()
     {
+        // A case that failed with an output on leaves the quit question open: answer it.
+        QTimer answer;
+        connect(&answer, &QTimer::timeout, this, [] {
+            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget()))
+                box->button(QMessageBox::Yes)->click();
+        });
+        answer.start(50);
         m_host->close();
         QTRY_VERIFY_WITH_TIMEOUT(m_host->isHidden(), MainWindow::kCloseBoundMs + 1000);
         m_host.reset();
@@ -224,7 +231,8 @@ private Q_SLOTS:
                     ->rowText(InstrumentSession::OverVoltageRow)
                     .contains(QStringLiteral("Over-voltage")));
         QVERIFY(!session->banner()->hasRow(InstrumentSession::OverCurrentRow));
-        QVERIFY(!session->outputOn());
+        // The trip and the output state come from different answers of the ring.
+        QTRY_VERIFY(!session->outputOn());
 
         int const from = int(m_server.receivedLines().size());
         QVERIFY(press(session, QStringLiteral("Clear")));

@@ -124,6 +124,10 @@ private:
                 return files->reject();
             files->selectFile(next.toString());
             static_cast<QDialog*>(files)->accept();
+            // A directory still loading can clear the name just chosen: the dialog then stays
+            // open and gets the same name again on the next tick.
+            if (files->isVisible())
+                m_answers.prepend(next);
         } else if (auto* box = qobject_cast<QMessageBox*>(modal)) {
             shown << QStringLiteral("%1 [%2] %3")
                          .arg(QLatin1String(QMetaEnum::fromType<QMessageBox::Icon>().valueToKey(box->icon())),
