@@ -87,6 +87,33 @@ struct Shared
 
 namespace {
 
+// Marks the sessions of this machine whose host died before it ended them as interrupted.
+bool markDeadSessions(QSqlDatabase& db, Dialect const& dialect, StoreTarget const& target, QString* error)
+{
+    QSqlQuery open(db);
+    open.prepare(dialect.openSessionsOfHost);
+    open.addBindValue(thisHost());
+    if (!open.exec()) {
+        *error = describe(open.lastError(), dialect.openSessionsOfHost, target);
+        return false;
+    }
+    QList<qint64> dead;
+    while (open.next()) {
+        if (!processAlive(open.value(1).toLongLong()))
+            dead << open.value(0).toLongLong();
+    }
+    for (qint64 id : dead) {
+        QSqlQuery mark(db);
+        mark.prepare(dialect.markInterrupted);
+        mark.addBindValue(id);
+        if (!mark.exec()) {
+            *error = describe(mark.lastError(), dialect.markInterrupted, target);
+            return false;
+        }
+    }
+    return true;
+}
+
 struct Live
 {
     qint64 id = 0;
@@ -200,31 +227,9 @@ private:
         m_shared.progress.notify_all();
     }
 
-    // Sessions of this machine whose host died before it ended them.
     bool markInterrupted(QSqlDatabase& db, QString* error)
     {
-        QSqlQuery open(db);
-        open.prepare(m_dialect.openSessionsOfHost);
-        open.addBindValue(thisHost());
-        if (!open.exec()) {
-            *error = describe(open.lastError(), m_dialect.openSessionsOfHost, m_shared.target);
-            return false;
-        }
-        QList<qint64> dead;
-        while (open.next()) {
-            if (!processAlive(open.value(1).toLongLong()))
-                dead << open.value(0).toLongLong();
-        }
-        for (qint64 id : dead) {
-            QSqlQuery mark(db);
-            mark.prepare(m_dialect.markInterrupted);
-            mark.addBindValue(id);
-            if (!mark.exec()) {
-                *error = describe(mark.lastError(), m_dialect.markInterrupted, m_shared.target);
-                return false;
-            }
-        }
-        return true;
+        return markDeadSessions(db, m_dialect, m_shared.target, error);
     }
 
     bool apply(QSqlDatabase& db, Command const& command)
@@ -526,22 +531,8 @@ private:
 
     void markInterrupted(QSqlDatabase& server)
     {
-        QSqlQuery open(server);
-        open.prepare(m_remote.openSessionsOfHost);
-        open.addBindValue(thisHost());
-        if (!open.exec())
-            return;
-        QList<qint64> dead;
-        while (open.next()) {
-            if (!processAlive(open.value(1).toLongLong()))
-                dead << open.value(0).toLongLong();
-        }
-        for (qint64 id : dead) {
-            QSqlQuery mark(server);
-            mark.prepare(m_remote.markInterrupted);
-            mark.addBindValue(id);
-            mark.exec();
-        }
+        QString ignored;
+        markDeadSessions(server, m_remote, m_shared.target, &ignored);
     }
 
     Pass forward(QSqlDatabase& spool, QSqlDatabase& server, QString* error)
