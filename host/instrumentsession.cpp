@@ -222,6 +222,9 @@ void InstrumentSession::onLinkChanged()
     using State = LinkMonitor::State;
     State const state = m_monitor->state();
     QString text = m_monitor->describe();
+    // The channel's own words name the resource and why it failed: said once, not wrapped again.
+    if (state == State::Refused && m_info && m_monitor->cause().contains(m_info->resource))
+        text = m_monitor->cause();
     if (state != State::Polling && state != State::Connecting && m_monitor->hasAnswered())
         text += QLatin1Char(' ')
             + tr("Last reading at %1.").arg(m_monitor->lastReading().toString(QStringLiteral("HH:mm:ss")));
