@@ -3,12 +3,11 @@
 // read-only folders stop the logging with a message and lose nothing already stored.
 
 #include "tests/store/pgserver.h"
+#include "tests/store/storetarget.h"
 
 #include "store/sessionreader.h"
 #include "store/sessionstore.h"
-#include "util/character.h"
 
-#include <QAbstractTableModel>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -16,7 +15,6 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-using zelt::store::SessionHeader;
 using zelt::store::SessionReader;
 using zelt::store::SessionState;
 using zelt::store::SessionStore;
@@ -38,31 +36,6 @@ QStringList cellsOf(int i)
             QStringLiteral("1.250"),
             i % 3 ? QStringLiteral("a,b \"c\"") : QString()};
 }
-
-// The window's table as the window's Export sees it.
-class Table : public QAbstractTableModel
-{
-public:
-    Table(QStringList columns, QList<QStringList> rows)
-        : m_columns(std::move(columns))
-        , m_rows(std::move(rows))
-    {
-    }
-    int rowCount(QModelIndex const& = {}) const override { return int(m_rows.size()); }
-    int columnCount(QModelIndex const& = {}) const override { return int(m_columns.size()); }
-    QVariant data(QModelIndex const& index, int role) const override
-    {
-        return role == Qt::DisplayRole ? QVariant(m_rows.at(index.row()).at(index.column())) : QVariant();
-    }
-    QVariant headerData(int section, Qt::Orientation, int role) const override
-    {
-        return role == Qt::DisplayRole ? QVariant(m_columns.at(section)) : QVariant();
-    }
-
-private:
-    QStringList m_columns;
-    QList<QStringList> m_rows;
-};
 
 // As root, file modes bind only without the right to override them: dropped on this
 // thread (and the threads it starts) while alive.
@@ -98,403 +71,345 @@ QList<StoredRow> allRows(SessionReader& reader, qint64 session)
     return reader.rows(session, 0, 1 << 20);
 }
 
+// Rows from to to (excluded) as the window records them, a millisecond apart.
+void appendRows(SessionStore& store, quint64 id, int from, int to)
+{
+    for (int i = from; i < to; ++i)
+        store.appendRow(id, kBase + i, cellsOf(i));
+}
+
+quint64 begin(SessionStore& store, QString const& instrument = QStringLiteral("PSU"))
+{
+    return store.beginSession({instrument, "KVR9040-40", "sim"}, kColumns);
+}
+
 } // namespace
+
+// QSKIP ends only the function it is in: a macro, not a helper.
+#define SKIP_WITHOUT_SERVER(needed)                                                                          \
+    do {                                                                                                     \
+        if ((needed) && !m_pgUp)                                                                             \
+            QSKIP(qPrintable(QStringLiteral("no PostgreSQL server: %1").arg(m_pg.why())));                   \
+    } while (false)
 
 class TestSessionStore : public QObject
 {
     Q_OBJECT
-private Q_SLOTS:
-    void initTestCase();
-    void cleanupTestCase();
-    void rowsInOrderAcrossClear_data() { kinds(); }
-    void rowsInOrderAcrossClear();
-    void chartSlicesKeepExtremes_data() { kinds(); }
-    void chartSlicesKeepExtremes();
-    void csvRangeAsWindowExport_data() { kinds(); }
-    void csvRangeAsWindowExport();
-    void twoWritersAtOnce_data() { kinds(); }
-    void twoWritersAtOnce();
-    void serverStoppedMidSession();
-    void userWithoutRights();
-    void unreadableFileMovedAside_data();
-    void unreadableFileMovedAside();
-    void loggingStops_data();
-    void loggingStops();
-
-private:
-    void kinds();
-    // A fresh store of the row's kind: its own file, or its own database with its own spool.
-    StoreTarget target(QString const& user = QStringLiteral("postgres"));
 
     QTemporaryDir m_dir;
     PgServer m_pg;
     bool m_pgUp = false;
     int m_count = 0;
-};
 
-void TestSessionStore::initTestCase()
-{
-    QStandardPaths::setTestModeEnabled(true);
-    QVERIFY(m_dir.isValid());
-    m_pgUp = m_pg.start();
-    if (!m_pgUp)
-        qWarning("PostgreSQL rows skip: %s", qPrintable(m_pg.why()));
-}
-
-void TestSessionStore::cleanupTestCase()
-{
-    QVERIFY(m_pg.stop());
-}
-
-void TestSessionStore::kinds()
-{
-    QTest::addColumn<bool>("postgres");
-    QTest::newRow("sqlite") << false;
-    QTest::newRow("postgresql") << true;
-}
-
-StoreTarget TestSessionStore::target(QString const& user)
-{
-    QString const name = QStringLiteral("s%1").arg(++m_count);
-    StoreTarget result;
-    QFETCH(bool, postgres);
-    if (postgres) {
-        if (!m_pgUp)
-            return result;
+    // A database of its own on the server, with its own spool.
+    StoreTarget onServer(QString const& name, QString const& user = QStringLiteral("postgres"))
+    {
+        StoreTarget result;
         if (!m_pg.createDatabase(name))
             qWarning("%s", qPrintable(m_pg.why()));
         StoreTarget::parse(m_pg.url(user, name), &result);
+        result.path = m_dir.filePath(name + QStringLiteral(".sqlite"));
+        return result;
     }
-    result.path = m_dir.filePath(name + QStringLiteral(".sqlite"));
-    return result;
-}
-
-#define SKIP_WITHOUT_SERVER()                                                                                \
-    do {                                                                                                     \
-        QFETCH(bool, postgres);                                                                              \
-        if (postgres && !m_pgUp)                                                                             \
-            QSKIP(qPrintable(QStringLiteral("no PostgreSQL server: %1").arg(m_pg.why())));                   \
-    } while (false)
-
-void TestSessionStore::rowsInOrderAcrossClear()
-{
-    SKIP_WITHOUT_SERVER();
-    StoreTarget const where = target();
-    QStringList const other {"No.", "Time", "V1", "V2"};
+    // A fresh store of the row's kind.
+    StoreTarget target()
     {
-        SessionStore store(where);
-        quint64 const id
-            = store.beginSession({"Bench 3", "KVR9040-40", "TCPIP0::10.0.0.7::5025::SOCKET"}, kColumns);
-        for (int i = 0; i < 300; ++i) {
-            if (i == 100)
-                store.newSegment(id, kColumns); // the window's Clear
-            if (i == 200)
-                store.newSegment(id, other); // another power mode's table
-            store.appendRow(id, kBase + i, cellsOf(i));
-        }
-        store.endSession(id);
-        QVERIFY(store.flush(10000));
+        QString const name = QStringLiteral("s%1").arg(++m_count);
+        QFETCH(bool, postgres);
+        return postgres ? onServer(name) : sqliteTarget(m_dir.filePath(name + QStringLiteral(".sqlite")));
     }
-    SessionReader reader(where);
-    QVERIFY2(reader.open(), qPrintable(reader.lastError()));
-    auto const sessions = reader.sessions();
-    QCOMPARE(sessions.size(), 1);
-    QCOMPARE(sessions.first().header.instrument, QStringLiteral("Bench 3"));
-    QCOMPARE(sessions.first().header.resource, QStringLiteral("TCPIP0::10.0.0.7::5025::SOCKET"));
-    QCOMPARE(sessions.first().state, SessionState::Ended);
-    QCOMPARE(sessions.first().rows, 300);
-    QVERIFY(sessions.first().end >= sessions.first().start);
-    auto const segments = reader.segments(sessions.first().id);
-    QCOMPARE(segments.size(), 3);
-    QCOMPARE(segments.at(1).firstSeq, 100);
-    QCOMPARE(segments.at(2).columns, other);
-    auto const rows = allRows(reader, sessions.first().id);
-    QCOMPARE(rows.size(), 300);
-    for (int i = 0; i < 300; ++i) {
-        QCOMPARE(rows.at(i).seq, i);
-        QCOMPARE(rows.at(i).segment, i / 100);
-        QCOMPARE(rows.at(i).timeMs, kBase + i);
-        QCOMPARE(rows.at(i).cells, cellsOf(i));
-    }
-    // The numbers are numbers to the chart: the voltage's slices span its values.
-    auto const buckets = reader.decimate(sessions.first().id, {3}, kBase, kBase + 299, 3);
-    QCOMPARE(buckets.first().size(), 3);
-    QCOMPARE(buckets.first().first().min, 10.0);
-    QCOMPARE(buckets.first().last().max, 10 + 299 * 0.5);
-}
-
-void TestSessionStore::chartSlicesKeepExtremes()
-{
-    SKIP_WITHOUT_SERVER();
-    StoreTarget const where = target();
-    int const total = 5000; // whole blocks of rows and a tail of single rows
-    auto voltage = [](int i) {
-        return i == 1234 ? 999.0 : i == total - 1 ? -5.0 : double(i % 100);
-    };
+    void kinds()
     {
-        SessionStore store(where);
-        quint64 const id = store.beginSession({"PSU", "KVR9040-40", "sim"}, kColumns);
-        for (int i = 0; i < total; ++i) {
-            QStringList cells = cellsOf(i);
-            cells[3] = QString::number(voltage(i), 'f', 3);
-            store.appendRow(id, kBase + i, cells);
-        }
-        QVERIFY(store.flush(10000));
+        QTest::addColumn<bool>("postgres");
+        QTest::newRow("sqlite") << false;
+        QTest::newRow("postgresql") << true;
     }
-    SessionReader reader(where);
-    QVERIFY(reader.open());
-    auto const slices
-        = reader.decimate(reader.sessions().first().id, {3}, kBase, kBase + total - 1, 2).first();
-    QCOMPARE(slices.size(), 2);
-    QCOMPARE(slices.at(0).firstMs, kBase);
-    QCOMPARE(slices.at(0).max, 999.0);
-    QCOMPARE(slices.at(0).min, 0.0);
-    QCOMPARE(slices.at(1).max, 99.0);
-    QCOMPARE(slices.at(1).min, -5.0);
-    QCOMPARE(slices.at(1).lastMs, kBase + total - 1);
-}
 
-void TestSessionStore::csvRangeAsWindowExport()
-{
-    SKIP_WITHOUT_SERVER();
-    StoreTarget const where = target();
+private Q_SLOTS:
+    void initTestCase()
     {
-        SessionStore store(where);
-        quint64 const id = store.beginSession({"PSU", "KVR9040-40", "sim"}, kColumns);
-        for (int i = 0; i < 50; ++i)
-            store.appendRow(id, kBase + qint64(100) * i, cellsOf(i));
-        QVERIFY(store.flush(10000));
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY(m_dir.isValid());
+        m_pgUp = m_pg.start();
+        if (!m_pgUp)
+            qWarning("PostgreSQL rows skip: %s", qPrintable(m_pg.why()));
     }
-    SessionReader reader(where);
-    QVERIFY(reader.open());
-    qint64 const session = reader.sessions().first().id;
-    QList<QStringList> expected;
-    for (int i = 10; i <= 20; ++i)
-        expected << cellsOf(i);
-    Table table(kColumns, expected);
-    QString const windowFile = m_dir.filePath(QStringLiteral("window-%1.csv").arg(m_count));
-    QString const browserFile = m_dir.filePath(QStringLiteral("browser-%1.csv").arg(m_count));
-    QVERIFY(zelt::util::character::Character::csvSave(windowFile, &table, false));
-    QVERIFY(reader.exportCsv(session, browserFile, kBase + 1000, kBase + 2000));
-    QFile window(windowFile);
-    QFile browser(browserFile);
-    QVERIFY(window.open(QIODevice::ReadOnly) && browser.open(QIODevice::ReadOnly));
-    QCOMPARE(browser.readAll(), window.readAll());
-}
+    void cleanupTestCase() { QVERIFY(m_pg.stop()); }
 
-void TestSessionStore::twoWritersAtOnce()
-{
-    SKIP_WITHOUT_SERVER();
-    StoreTarget const where = target();
-    StoreTarget second = where;
-    second.path = m_dir.filePath(QStringLiteral("second-%1.sqlite").arg(m_count));
-    QFETCH(bool, postgres);
-    if (!postgres)
-        second.path = where.path; // two hosts of one machine share the file
+    // Clear and another power mode start segments; a range exports as the window's Export.
+    void rowsInOrderAcrossClear_data() { kinds(); }
+    void rowsInOrderAcrossClear()
     {
-        SessionStore a(where);
-        SessionStore b(second);
-        quint64 const ida = a.beginSession({"A", "KVR9040-40", "a"}, kColumns);
-        quint64 const idb = b.beginSession({"B", "KVR9040-40", "b"}, kColumns);
-        for (int i = 0; i < 2000; ++i) {
-            a.appendRow(ida, kBase + i, cellsOf(i));
-            b.appendRow(idb, kBase + i, cellsOf(2000 - i));
-        }
-        a.endSession(ida);
-        b.endSession(idb);
-        QVERIFY(a.flush(20000));
-        QVERIFY(b.flush(20000));
-    }
-    SessionReader reader(where);
-    QVERIFY(reader.open());
-    auto const sessions = reader.sessions();
-    QCOMPARE(sessions.size(), 2);
-    for (auto const& session : sessions) {
-        bool const isA = session.header.instrument == QLatin1String("A");
-        auto const rows = allRows(reader, session.id);
-        QCOMPARE(rows.size(), 2000);
-        QCOMPARE(session.rows, 2000);
-        for (int i = 0; i < 2000; ++i)
-            QCOMPARE(rows.at(i).cells, cellsOf(isA ? i : 2000 - i));
-    }
-}
-
-void TestSessionStore::serverStoppedMidSession()
-{
-    if (!m_pgUp)
-        QSKIP(qPrintable(QStringLiteral("no PostgreSQL server: %1").arg(m_pg.why())));
-    QString const name = QStringLiteral("away");
-    QVERIFY(m_pg.createDatabase(name));
-    StoreTarget where;
-    QVERIFY(StoreTarget::parse(m_pg.url(QStringLiteral("postgres"), name), &where));
-    where.path = m_dir.filePath(QStringLiteral("away.sqlite"));
-    int const total = 1500;
-    {
-        SessionStore store(where);
-        QSignalSpy messages(&store, &SessionStore::message);
-        quint64 const id = store.beginSession({"PSU", "KVR9040-40", "sim"}, kColumns);
-        for (int i = 0; i < 500; ++i)
-            store.appendRow(id, kBase + i, cellsOf(i));
-        QVERIFY(store.flush(10000));
-        QVERIFY(m_pg.stop());
-        for (int i = 500; i < 1000; ++i)
-            store.appendRow(id, kBase + i, cellsOf(i));
-        QVERIFY(!store.flush(1500)); // the server is away: the rows wait in the spool
-        QTRY_VERIFY_WITH_TIMEOUT(!messages.isEmpty(), 10000);
-        QVERIFY2(messages.first().first().toString().contains(QStringLiteral("kept")),
-                 qPrintable(messages.first().first().toString()));
-        QVERIFY(m_pg.restart());
-        for (int i = 1000; i < total; ++i)
-            store.appendRow(id, kBase + i, cellsOf(i));
-        store.endSession(id);
-        QVERIFY(store.flush(20000));
-    }
-    SessionReader reader(where);
-    QVERIFY(reader.open());
-    auto const sessions = reader.sessions();
-    QCOMPARE(sessions.size(), 1);
-    QCOMPARE(sessions.first().rows, total);
-    QCOMPARE(sessions.first().state, SessionState::Ended);
-    auto const rows = allRows(reader, sessions.first().id);
-    QCOMPARE(rows.size(), total);
-    for (int i = 0; i < total; ++i) {
-        QCOMPARE(rows.at(i).seq, i);
-        QCOMPARE(rows.at(i).cells, cellsOf(i));
-    }
-}
-
-void TestSessionStore::userWithoutRights()
-{
-    if (!m_pgUp)
-        QSKIP(qPrintable(QStringLiteral("no PostgreSQL server: %1").arg(m_pg.why())));
-    QVERIFY(m_pg.createRole(QStringLiteral("visitor")));
-    QVERIFY(m_pg.createDatabase(QStringLiteral("guarded")));
-    StoreTarget where;
-    QVERIFY(StoreTarget::parse(m_pg.url(QStringLiteral("visitor"), QStringLiteral("guarded")), &where));
-    where.path = m_dir.filePath(QStringLiteral("guarded.sqlite"));
-    SessionStore store(where);
-    QSignalSpy messages(&store, &SessionStore::message);
-    store.appendRow(store.beginSession({"PSU", "KVR9040-40", "sim"}, kColumns), kBase, cellsOf(0));
-    QTRY_VERIFY_WITH_TIMEOUT(!messages.isEmpty(), 10000);
-    QString const text = messages.first().first().toString();
-    QVERIFY2(text.contains(QStringLiteral("visitor"))
-                 && text.contains(QStringLiteral("CREATE right on schema public")),
-             qPrintable(text));
-    QVERIFY(store.isLogging()); // the spool keeps the rows for when the right is granted
-}
-
-void TestSessionStore::unreadableFileMovedAside_data()
-{
-    QTest::addColumn<QByteArray>("content"); // empty: a database of another program
-    QTest::newRow("not a database") << QByteArray(8192, 'x');
-    QTest::newRow("another program's database") << QByteArray();
-}
-
-void TestSessionStore::unreadableFileMovedAside()
-{
-    QFETCH(QByteArray, content);
-    QString const path = m_dir.filePath(QStringLiteral("bad-%1.sqlite").arg(++m_count));
-    if (content.isEmpty()) {
-        // Our own store first, then stamped as another program's file.
+        QFETCH(bool, postgres);
+        SKIP_WITHOUT_SERVER(postgres);
+        StoreTarget const where = target();
+        QStringList const other {"No.", "Time", "V1", "V2"};
         {
-            SessionStore store(StoreTarget {StoreTarget::Kind::Sqlite, path, {}, {}, 5432, {}, {}});
-            QVERIFY(store.flush(5000));
+            SessionStore store(where);
+            quint64 const id
+                = store.beginSession({"Bench 3", "KVR9040-40", "TCPIP0::10.0.0.7::5025::SOCKET"}, kColumns);
+            appendRows(store, id, 0, 100);
+            store.newSegment(id, kColumns); // the window's Clear
+            appendRows(store, id, 100, 200);
+            store.newSegment(id, other);
+            appendRows(store, id, 200, 300);
+            store.endSession(id);
+            QVERIFY(store.flush(10000));
         }
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QVERIFY(file.seek(68)); // the header's application id
-        QVERIFY(file.write(QByteArray::fromHex("0badf00d")) == 4);
-    } else {
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+        SessionReader reader(where);
+        QVERIFY2(reader.open(), qPrintable(reader.lastError()));
+        auto const sessions = reader.sessions();
+        QCOMPARE(sessions.size(), 1);
+        QCOMPARE(sessions.first().header.instrument, QStringLiteral("Bench 3"));
+        QCOMPARE(sessions.first().header.resource, QStringLiteral("TCPIP0::10.0.0.7::5025::SOCKET"));
+        QCOMPARE(sessions.first().state, SessionState::Ended);
+        QCOMPARE(sessions.first().rows, 300);
+        auto const segments = reader.segments(sessions.first().id);
+        QCOMPARE(segments.size(), 3);
+        QCOMPARE(segments.at(1).firstSeq, 100);
+        QCOMPARE(segments.at(2).columns, other);
+        auto const rows = allRows(reader, sessions.first().id);
+        QCOMPARE(rows.size(), 300);
+        for (int i = 0; i < 300; ++i) {
+            QCOMPARE(rows.at(i).seq, i);
+            QCOMPARE(rows.at(i).segment, i / 100);
+            QCOMPARE(rows.at(i).timeMs, kBase + i);
+            QCOMPARE(rows.at(i).cells, cellsOf(i));
+        }
+        QList<QStringList> shown;
+        for (int i = 10; i <= 20; ++i)
+            shown << cellsOf(i);
+        QString const exported = m_dir.filePath(QStringLiteral("browser-%1.csv").arg(m_count));
+        QVERIFY(reader.exportCsv(sessions.first().id, exported, kBase + 10, kBase + 20));
+        QFile file(exported);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), Table(kColumns, shown).csv(m_dir.filePath(QStringLiteral("window.csv"))));
     }
-    QFile original(path);
-    QVERIFY(original.open(QIODevice::ReadOnly));
-    QByteArray const before = original.readAll();
-    original.close();
 
-    StoreTarget const where {StoreTarget::Kind::Sqlite, path, {}, {}, 5432, {}, {}};
+    // Whole blocks of rows and a tail of single rows: each slice keeps its extremes.
+    void chartSlicesKeepExtremes_data() { kinds(); }
+    void chartSlicesKeepExtremes()
     {
+        QFETCH(bool, postgres);
+        SKIP_WITHOUT_SERVER(postgres);
+        StoreTarget const where = target();
+        int const total = 5000;
+        {
+            SessionStore store(where);
+            quint64 const id = begin(store);
+            for (int i = 0; i < total; ++i) {
+                QStringList cells = cellsOf(i);
+                double const voltage = i == 1234 ? 999.0 : i == total - 1 ? -5.0 : double(i % 100);
+                cells[3] = QString::number(voltage, 'f', 3);
+                store.appendRow(id, kBase + i, cells);
+            }
+            QVERIFY(store.flush(10000));
+        }
+        SessionReader reader(where);
+        QVERIFY(reader.open());
+        auto const slices
+            = reader.decimate(reader.sessions().first().id, {3}, kBase, kBase + total - 1, 2).first();
+        QCOMPARE(slices.size(), 2);
+        QCOMPARE(slices.at(0).firstMs, kBase);
+        QCOMPARE(slices.at(0).max, 999.0);
+        QCOMPARE(slices.at(0).min, 0.0);
+        QCOMPARE(slices.at(1).max, 99.0);
+        QCOMPARE(slices.at(1).min, -5.0);
+        QCOMPARE(slices.at(1).lastMs, kBase + total - 1);
+    }
+
+    // Two hosts of one machine share the file; with a server, each has its own spool.
+    void twoWritersAtOnce_data() { kinds(); }
+    void twoWritersAtOnce()
+    {
+        QFETCH(bool, postgres);
+        SKIP_WITHOUT_SERVER(postgres);
+        StoreTarget const where = target();
+        StoreTarget second = where;
+        if (postgres)
+            second.path = m_dir.filePath(QStringLiteral("second-%1.sqlite").arg(m_count));
+        {
+            SessionStore a(where);
+            SessionStore b(second);
+            quint64 const ida = begin(a, "A");
+            quint64 const idb = begin(b, "B");
+            for (int i = 0; i < 2000; ++i) {
+                a.appendRow(ida, kBase + i, cellsOf(i));
+                b.appendRow(idb, kBase + i, cellsOf(2000 - i));
+            }
+            a.endSession(ida);
+            b.endSession(idb);
+            QVERIFY(a.flush(20000));
+            QVERIFY(b.flush(20000));
+        }
+        SessionReader reader(where);
+        QVERIFY(reader.open());
+        auto const sessions = reader.sessions();
+        QCOMPARE(sessions.size(), 2);
+        for (auto const& session : sessions) {
+            bool const isA = session.header.instrument == QLatin1String("A");
+            auto const rows = allRows(reader, session.id);
+            QCOMPARE(rows.size(), 2000);
+            QCOMPARE(session.rows, 2000);
+            for (int i = 0; i < 2000; ++i)
+                QCOMPARE(rows.at(i).cells, cellsOf(isA ? i : 2000 - i));
+        }
+    }
+
+    // The rows wait in the spool while the server is away and reach it once, in order.
+    void serverStoppedMidSession()
+    {
+        SKIP_WITHOUT_SERVER(true);
+        StoreTarget const where = onServer(QStringLiteral("away"));
+        int const total = 1500;
+        {
+            SessionStore store(where);
+            QSignalSpy messages(&store, &SessionStore::message);
+            quint64 const id = begin(store);
+            appendRows(store, id, 0, 500);
+            QVERIFY(store.flush(10000));
+            QVERIFY(m_pg.stop());
+            appendRows(store, id, 500, 1000);
+            QVERIFY(!store.flush(1500));
+            QTRY_VERIFY_WITH_TIMEOUT(!messages.isEmpty(), 10000);
+            QVERIFY2(messages.first().first().toString().contains(QStringLiteral("kept")),
+                     qPrintable(messages.first().first().toString()));
+            QVERIFY(m_pg.restart());
+            appendRows(store, id, 1000, total);
+            store.endSession(id);
+            QVERIFY(store.flush(20000));
+        }
+        SessionReader reader(where);
+        QVERIFY(reader.open());
+        auto const sessions = reader.sessions();
+        QCOMPARE(sessions.size(), 1);
+        QCOMPARE(sessions.first().rows, total);
+        QCOMPARE(sessions.first().state, SessionState::Ended);
+        auto const rows = allRows(reader, sessions.first().id);
+        QCOMPARE(rows.size(), total);
+        for (int i = 0; i < total; ++i) {
+            QCOMPARE(rows.at(i).seq, i);
+            QCOMPARE(rows.at(i).cells, cellsOf(i));
+        }
+    }
+
+    void userWithoutRights()
+    {
+        SKIP_WITHOUT_SERVER(true);
+        QVERIFY(m_pg.createRole(QStringLiteral("visitor")));
+        StoreTarget const where = onServer(QStringLiteral("guarded"), QStringLiteral("visitor"));
         SessionStore store(where);
         QSignalSpy messages(&store, &SessionStore::message);
-        store.appendRow(store.beginSession({"PSU", "KVR9040-40", "sim"}, kColumns), kBase, cellsOf(0));
-        QVERIFY(store.flush(5000));
-        QTRY_COMPARE(messages.size(), 1);
+        store.appendRow(begin(store), kBase, cellsOf(0));
+        QTRY_VERIFY_WITH_TIMEOUT(!messages.isEmpty(), 10000);
         QString const text = messages.first().first().toString();
-        QRegularExpressionMatch const moved
-            = QRegularExpression(QStringLiteral("moved to (\\S+)")).match(text);
-        QVERIFY2(moved.hasMatch(), qPrintable(text));
-        QFile aside(moved.captured(1));
-        QVERIFY(aside.open(QIODevice::ReadOnly));
-        QCOMPARE(aside.readAll(), before);
+        QVERIFY2(text.contains(QStringLiteral("visitor"))
+                     && text.contains(QStringLiteral("CREATE right on schema public")),
+                 qPrintable(text));
+        QVERIFY(store.isLogging()); // the spool keeps the rows for when the right is granted
     }
-    SessionReader reader(where);
-    QVERIFY(reader.open());
-    QCOMPARE(reader.sessions().size(), 1);
-}
 
-void TestSessionStore::loggingStops_data()
-{
-    QTest::addColumn<bool>("readOnly"); // else a file that fills
-    QTest::addColumn<QString>("words");
-    QTest::newRow("read-only folder") << true << QStringLiteral("cannot be written");
-    QTest::newRow("full") << false << QStringLiteral("is full");
-}
-
-void TestSessionStore::loggingStops()
-{
-    QFETCH(bool, readOnly);
-    QFETCH(QString, words);
-    QTemporaryDir folder;
-    QVERIFY(folder.isValid());
-    StoreTarget const where {
-        StoreTarget::Kind::Sqlite, folder.filePath(QStringLiteral("sessions.sqlite")), {}, {}, 5432, {}, {}};
-    SessionStore::Options options;
-    options.maxPageCount = readOnly ? 0 : 40;
-    int stored = 0; // rows committed before the trouble
+    void unreadableFileMovedAside_data()
     {
-        SessionStore store(where, options);
-        quint64 const id = store.beginSession({"PSU", "KVR9040-40", "sim"}, kColumns);
-        for (; stored < 20; ++stored)
-            store.appendRow(id, kBase + stored, cellsOf(stored));
-        QVERIFY(store.flush(5000));
-        if (!readOnly) {
+        QTest::addColumn<QByteArray>("content"); // empty: a database of another program
+        QTest::newRow("not a database") << QByteArray(8192, 'x');
+        QTest::newRow("another program's database") << QByteArray();
+    }
+    void unreadableFileMovedAside()
+    {
+        QFETCH(QByteArray, content);
+        StoreTarget const where
+            = sqliteTarget(m_dir.filePath(QStringLiteral("bad-%1.sqlite").arg(++m_count)));
+        QFile file(where.path);
+        if (content.isEmpty()) {
+            // Our own store first, then stamped as another program's file.
+            QVERIFY(SessionStore(where).flush(5000));
+            QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(68)); // the header's application id
+            QVERIFY(file.write(QByteArray::fromHex("0badf00d")) == 4);
+        } else {
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+        }
+        file.close();
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QByteArray const before = file.readAll();
+        file.close();
+        {
+            SessionStore store(where);
+            QSignalSpy messages(&store, &SessionStore::message);
+            store.appendRow(begin(store), kBase, cellsOf(0));
+            QVERIFY(store.flush(5000));
+            QTRY_COMPARE(messages.size(), 1);
+            QString const text = messages.first().first().toString();
+            QRegularExpressionMatch const moved
+                = QRegularExpression(QStringLiteral("moved to (\\S+)")).match(text);
+            QVERIFY2(moved.hasMatch(), qPrintable(text));
+            QFile aside(moved.captured(1));
+            QVERIFY(aside.open(QIODevice::ReadOnly));
+            QCOMPARE(aside.readAll(), before);
+        }
+        SessionReader reader(where);
+        QVERIFY(reader.open());
+        QCOMPARE(reader.sessions().size(), 1);
+    }
+
+    // The rows committed before the trouble stay readable.
+    void loggingStops_data()
+    {
+        QTest::addColumn<bool>("readOnly"); // else a file that fills
+        QTest::addColumn<QString>("words");
+        QTest::newRow("read-only folder") << true << QStringLiteral("cannot be written");
+        QTest::newRow("full") << false << QStringLiteral("is full");
+    }
+    void loggingStops()
+    {
+        QFETCH(bool, readOnly);
+        QFETCH(QString, words);
+        QTemporaryDir folder;
+        QVERIFY(folder.isValid());
+        StoreTarget const where = sqliteTarget(folder.filePath(QStringLiteral("sessions.sqlite")));
+        SessionStore::Options options;
+        options.maxPageCount = readOnly ? 0 : 40;
+        int const stored = 20; // rows committed before the trouble
+        auto const permissions = QFile::permissions(folder.path());
+        auto const saysStopped = [&words](SessionStore const& store, QSignalSpy const& stopped) {
+            QTRY_COMPARE(stopped.size(), 1);
+            QVERIFY2(stopped.first().first().toString().contains(words),
+                     qPrintable(stopped.first().first().toString()));
+            QVERIFY(!store.isLogging());
+        };
+        {
+            SessionStore store(where, options);
             QSignalSpy stopped(&store, &SessionStore::loggingStopped);
-            for (int i = stored; i < 20000 && store.isLogging(); ++i) {
+            quint64 const id = begin(store);
+            appendRows(store, id, 0, stored);
+            QVERIFY(store.flush(5000));
+            for (int i = stored; i < 20000 && store.isLogging() && !readOnly; ++i) {
                 store.appendRow(id, kBase + i, cellsOf(i));
                 if (i % 50 == 0)
                     store.flush(5000);
             }
-            QVERIFY(!store.isLogging());
-            QTRY_COMPARE(stopped.size(), 1);
-            QVERIFY2(stopped.first().first().toString().contains(words),
-                     qPrintable(stopped.first().first().toString()));
+            if (!readOnly)
+                saysStopped(store, stopped);
         }
-    }
-    if (readOnly) {
-        QVERIFY(QFile::setPermissions(folder.path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner));
-        {
+        if (readOnly) {
+            QVERIFY(QFile::setPermissions(folder.path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner));
             NoOverride const guard;
             SessionStore store(where);
             QSignalSpy stopped(&store, &SessionStore::loggingStopped);
-            store.appendRow(store.beginSession({"PSU", "KVR9040-40", "sim"}, kColumns), kBase, cellsOf(0));
-            QTRY_COMPARE(stopped.size(), 1);
-            QVERIFY2(stopped.first().first().toString().contains(words),
-                     qPrintable(stopped.first().first().toString()));
-            QVERIFY(!store.isLogging());
+            store.appendRow(begin(store), kBase, cellsOf(0));
+            saysStopped(store, stopped);
         }
-        QVERIFY(QFile::setPermissions(
-            folder.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner));
+        QVERIFY(QFile::setPermissions(folder.path(), permissions));
+        SessionReader reader(where);
+        QVERIFY(reader.open());
+        auto const sessions = reader.sessions();
+        QCOMPARE(sessions.size(), 1);
+        auto const rows = allRows(reader, sessions.first().id);
+        QVERIFY(rows.size() >= stored);
+        for (int i = 0; i < rows.size(); ++i)
+            QCOMPARE(rows.at(i).cells, cellsOf(i));
     }
-    SessionReader reader(where);
-    QVERIFY(reader.open());
-    auto const sessions = reader.sessions();
-    QCOMPARE(sessions.size(), 1);
-    auto const rows = allRows(reader, sessions.first().id);
-    QVERIFY(rows.size() >= stored);
-    for (int i = 0; i < rows.size(); ++i)
-        QCOMPARE(rows.at(i).cells, cellsOf(i));
-}
+};
 
 QTEST_GUILESS_MAIN(TestSessionStore)
 #include "tst_sessionstore.moc"
