@@ -13,17 +13,6 @@ class TestCommandBox : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void queryCmdsInOrder()
-    {
-        CommandBox box;
-        QVERIFY(box.queryCmds().isEmpty());
-        box.append(QStringLiteral("SOUR:VOLT"));
-        box.append(QList<QString> {QStringLiteral("SOUR:CURR"), QString(), QStringLiteral("OUTP")});
-        box.append(QStringLiteral("MEAS:ALL"));
-        // The empty command is not registered.
-        QCOMPARE(box.queryCmds(), (QList<QString> {"SOUR:VOLT?", "SOUR:CURR?", "OUTP?", "MEAS:ALL?"}));
-    }
-
     void texts_data()
     {
         QTest::addColumn<QString>("command");

@@ -10,8 +10,6 @@
 #include <QMetaEnum>
 
 #include <QSignalSpy>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTest>
 
 using namespace zelt::measure;
@@ -39,11 +37,6 @@ public:
 
     void processWord(QSharedPointer<Word> const& word) override
     {
-        char marker;
-        auto const depth = reinterpret_cast<quintptr>(&marker);
-        lowestStack = qMin(lowestStack, depth);
-        highestStack = qMax(highestStack, depth);
-
         QString const text = textOf(word);
         processed.append(text);
         if (!text.startsWith(QLatin1Char('#')))
@@ -80,8 +73,6 @@ public:
     QStringList processed;
     QStringList decoded;
     std::function<void(QString const&)> onDecode;
-    quintptr lowestStack = ~quintptr(0);
-    quintptr highestStack = 0;
 };
 
 // The words of `all` that are in `subset`, in the order they ran.
@@ -151,25 +142,6 @@ private Q_SLOTS:
         QVERIFY(!m_peer->lines().contains(QStringLiteral("*IDN?")));
     }
 
-    void clearDuringResponseLeavesOnlyWhatIsAppendedNext()
-    {
-        m_probe->setRing({"MODE?", "OLD1?", "OLD2?"});
-        m_probe->onDecode = [this](QString const& word) {
-            if (word != QLatin1String("MODE?") || m_probe->processed.contains("#begin"))
-                return;
-            m_probe->AppendCommand(m_probe->makeWord("LOST?", 2000), true);
-            m_probe->clearCommand(true, true);
-            m_probe->AppendCommand(
-                {m_probe->cyclic("#begin"), m_probe->cyclic("NEW1?"), m_probe->cyclic("NEW2?")});
-        };
-        QVERIFY(m_probe->open());
-        QTRY_VERIFY(m_probe->processed.size() >= 8);
-        QCOMPARE(m_probe->processed.mid(0, 8),
-                 QStringList({"MODE?", "#begin", "NEW1?", "NEW2?", "#begin", "NEW1?", "NEW2?", "#begin"}));
-        QVERIFY(!m_peer->lines().contains("OLD1?"));
-        QVERIFY(!m_peer->lines().contains("LOST?"));
-    }
-
     void strayFramesAreDropped()
     {
         // Two lines come back for Q?: the second finds no word awaiting it.
@@ -216,7 +188,7 @@ private Q_SLOTS:
         m_probe->setRing({"A?", "B?", "C?"}, 300);
         QSignalSpy errorSpy(m_probe, &MeasureInst::processError);
         QVERIFY(m_probe->open());
-        QTRY_VERIFY_WITH_TIMEOUT(m_probe->decoded.size() >= 30, 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(m_probe->decoded.size() >= 30, 15000);
 
         // Every answer that reached the decoder was its own word's.
         for (QString const& d : std::as_const(m_probe->decoded)) {
@@ -228,46 +200,6 @@ private Q_SLOTS:
         // One barrier per error, and none before the fault.
         QCOMPARE(m_peer->lines().count(QStringLiteral("*IDN?")), errors);
         QCOMPARE(m_peer->lines().mid(0, 6), QStringList({"A?", "B?", "C?", "A?", "B?", "*IDN?"}));
-    }
-
-    void closeForceFromErrorHandlerStops_data()
-    {
-        QTest::addColumn<int>("at");
-        QTest::newRow("a word's time-out") << 1;
-        QTest::newRow("a barrier's time-out") << 3;
-    }
-
-    void closeForceFromErrorHandlerStops()
-    {
-        // As the window stops a run at its ninth error: nothing runs on, not even a barrier.
-        QFETCH(int, at);
-        m_peer->setResponder([](QString const&) { return QString(); });
-        m_probe->setRing({"SILENT?"}, 20);
-        int errors = 0;
-        connect(m_probe, &MeasureInst::processError, this, [&] {
-            if (++errors == at)
-                m_probe->closeForce();
-        });
-        QSignalSpy stoped(m_probe, &MeasureInst::stoped);
-        QVERIFY(m_probe->open());
-        QVERIFY(stoped.wait(5000));
-        QTest::qWait(100);
-        QCOMPARE(errors, at);
-        QCOMPARE(stoped.size(), 1);
-        QVERIFY(!m_probe->active());
-    }
-
-    void wordsServedAtOnceLeaveTheStackFlat()
-    {
-        // Sign words and words without an answer are served inside their own processWord: handed on
-        // by recursion, thousands of them in a row would nest as deep.
-        m_probe->setRing({"#one", "#two"});
-        m_probe->ring.append(m_probe->cyclic("SET", 0));
-        QVERIFY(m_probe->open());
-        QTRY_VERIFY(m_probe->processed.size() >= 3000);
-        m_probe->close();
-        QVERIFY2(m_probe->highestStack - m_probe->lowestStack < 4096,
-                 qPrintable(QString::number(m_probe->highestStack - m_probe->lowestStack)));
     }
 
     void closeStopsAndDropsWaitingWords()
@@ -286,55 +218,6 @@ private Q_SLOTS:
         QTest::qWait(50);
         QCOMPARE(m_peer->lines(), QStringList {"SLOW?"});
         QVERIFY(!m_probe->close());
-    }
-
-    void failedOpenEndsInStoped_data()
-    {
-        QTest::addColumn<QString>("how");
-        QTest::addColumn<QString>("message");
-        auto const row = [](char const* how, char const* message) {
-            QTest::newRow(how) << QString(how) << QString(message);
-        };
-        row("refused", "");
-        // A listener whose backlog is full and that accepts nothing never answers the handshake.
-        row("deaf", "150 ms");
-        // Each transport's own failures are tried in the transport suite.
-        row("not a resource", "Invalid");
-    }
-
-    void failedOpenEndsInStoped()
-    {
-        QFETCH(QString, how);
-        QFETCH(QString, message);
-        QTcpServer deaf;
-        QTcpSocket filler;
-        QString resource = how;
-        if (how == "refused") {
-            m_peer->stopListening();
-            resource = m_peer->resource();
-        } else if (how == "deaf") {
-            deaf.setListenBacklogSize(0);
-            QVERIFY(deaf.listen(QHostAddress::LocalHost, 0));
-            deaf.pauseAccepting();
-            filler.connectToHost(QHostAddress::LocalHost, deaf.serverPort());
-            QVERIFY(filler.waitForConnected(1000));
-            resource = QStringLiteral("TCPIP0::127.0.0.1::%1::SOCKET").arg(deaf.serverPort());
-        }
-        QueueProbe probe(resource);
-        probe.io().staticCast<io::visa::VisaIO>()->setTimeout(150);
-        QSignalSpy started(&probe, &MeasureInst::started);
-        QSignalSpy stoped(&probe, &MeasureInst::stoped);
-        QSignalSpy ioErrors(&probe, &MeasureInst::ioError);
-        bool const opening = probe.open();
-        QVERIFY(!opening || how != "not a resource");
-        QCOMPARE(stoped.size(), 0);
-        QVERIFY(stoped.wait(3000));
-        QCOMPARE(started.size(), 0);
-        QVERIFY(!probe.active());
-        QCOMPARE(ioErrors.size(), 1);
-        QString const error = ioErrors.at(0).at(0).toString();
-        QVERIFY2(!error.isEmpty() && error.contains(message), qPrintable(error));
-        QCOMPARE(probe.errorString(), error);
     }
 
     void droppedConnectionStopsAndReopens()
@@ -360,13 +243,14 @@ private Q_SLOTS:
     void clientWordsReachOnlyTheirAsker_data()
     {
         QTest::addColumn<QString>("line");
-        QTest::addColumn<int>("peer"); // 0 answers, 1 stays silent, 2 drops the connection
+        QTest::addColumn<int>("peer"); // 0 answers, 1 stays silent, 2 drops the connection, 3 answers late
         QTest::addColumn<bool>("running");
         QTest::addColumn<bool>("stop"); // the run is stopped while the word waits
         QTest::addColumn<QString>("outcome");
         QTest::newRow("query answered") << "Q?" << 0 << true << false << "answered Q?=ok";
         QTest::newRow("? in quotes is a setting") << "S \"a?\"" << 0 << true << false << "written";
         QTest::newRow("query timed out") << "Q?" << 1 << true << false << "failed TimedOut";
+        QTest::newRow("query answered late") << "Q?" << 3 << true << false << "failed TimedOut";
         QTest::newRow("link lost") << "Q?" << 2 << true << false << "failed LinkLost";
         QTest::newRow("run stopped") << "Q?" << 1 << true << true << "failed Stopped";
         QTest::newRow("not running") << "Q?" << 0 << false << false << "failed NotRunning";
@@ -384,10 +268,11 @@ private Q_SLOTS:
                 return LinePeer::identity();
             if (received.startsWith(QLatin1Char('Q')) && peer == 2)
                 QTimer::singleShot(0, this, [this] { delete std::exchange(m_peer, nullptr); });
-            if (received.startsWith(QLatin1Char('Q')) && peer != 0)
+            if (received.startsWith(QLatin1Char('Q')) && peer != 0 && peer != 3)
                 return QString();
             return received.endsWith(QLatin1Char('?')) ? received + QStringLiteral("=ok") : QString();
         });
+        m_peer->setDelay([peer](QString const& received) { return peer == 3 && received == "Q?" ? 600 : 0; });
         m_probe->setRing({"A?", "B?"});
         m_probe->setWordTimeLimit(300);
         if (running)

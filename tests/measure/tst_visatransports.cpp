@@ -3,6 +3,7 @@
 // run with a message that names the resource and the cause.
 
 #include "driver/mydmm.h"
+#include "tests/common/pollingring.h"
 
 #include "measure/io/visa/usbtmclink.h"
 #include "measure/io/visa/visaio.h"
@@ -64,379 +65,359 @@ class TestVisaTransports : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
+    std::unique_ptr<kvrsim::SimServer> m_sim;
+    QTemporaryDir m_sysfs;
 
-    void driverPollsAsOverTheSocketTillTheLinkGoes_data();
-    void driverPollsAsOverTheSocketTillTheLinkGoes();
-    void failuresEndTheRunWithTheirKind_data();
-    void failuresEndTheRunWithTheirKind();
-    void vxi11ConnectTimeOutKeepsTheLoopTurning();
-    void lateAnswerIsNotTakenForTheNext_data();
-    void lateAnswerIsNotTakenForTheNext();
-    void usbTmcLocate_data();
-    void usbTmcLocate();
-    void usbTmcDevicesAreListed();
-    void usbTmcDeniedNamesTheRule();
-
-private:
     // Points io at the simulator through transport, with what that needs; false
     // when that fails, true with skip set when it cannot be done here.
     bool reach(QString const& transport, VisaIO& io, kvrsim::PtyBridge& pty, kvrsim::Vxi11Server& vxi11,
-               QString& skip);
-
-    std::unique_ptr<kvrsim::SimServer> m_sim;
-    QTemporaryDir m_sysfs;
-    // The lines of the first two samples through the raw socket.
-    QStringList m_ring;
-};
-
-void TestVisaTransports::initTestCase()
-{
-    // The shape of sysfs: class entries whose "device" leads to the interface,
-    // under the USB device that holds the ids.
-    QVERIFY(m_sysfs.isValid());
-    QDir const dir(m_sysfs.path());
-    auto const device = [&](char const* name, char const* usb, char const* vendor, char const* product,
-                            char const* serial) {
-        QString const interface = QStringLiteral("devices/%1/%1:1.0").arg(QLatin1String(usb));
-        QVERIFY(dir.mkpath(interface) && dir.mkpath(QStringLiteral("class/usbmisc/") + QLatin1String(name)));
-        auto const write = [&](QString const& path, char const* text) {
-            QFile file(dir.filePath(path));
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write(QByteArray(text) + '\n');
-        };
-        write(interface + QStringLiteral("/../idVendor"), vendor);
-        write(interface + QStringLiteral("/../idProduct"), product);
-        write(interface + QStringLiteral("/../serial"), serial);
-        write(interface + QStringLiteral("/bInterfaceNumber"), "00");
-        QVERIFY(
-            QFile::link(dir.filePath(interface),
-                        dir.filePath(QStringLiteral("class/usbmisc/%1/device").arg(QLatin1String(name)))));
-    };
-    device("usbtmc0", "1-1", "0957", "1796", "MY5800");
-    device("usbtmc1", "1-2", "1ab1", "0e11", "DP8B001");
-
-    init();
+               QString& skip)
     {
-        MyDMM dmm(ChannelLimitRange(), QSharedPointer<VisaIO>::create(m_sim->resourceString()), true);
-        QVERIFY(twoSamples(dmm));
-        dmm.closeForce();
-    }
-    // The mode query opens the run, then each pass of the ring of the mode found,
-    // which opens with it too: a fourth one begins a pass that may or may not have
-    // started when the driver stopped.
-    QStringList const lines = m_sim->receivedLines();
-    qsizetype cut = 0;
-    for (int seen = 0; cut < lines.size(); ++cut) {
-        if (lines.at(cut) == lines.first() && ++seen == 4)
-            break;
-    }
-    m_ring = lines.mid(0, cut);
-    QVERIFY(m_ring.size() > 40);
-    cleanup();
-}
-
-void TestVisaTransports::init()
-{
-    m_sim = std::make_unique<kvrsim::SimServer>();
-    kvrsim::SimOptions options;
-    options.noise = 0;
-    QVERIFY2(m_sim->start(options), qPrintable(m_sim->errorString()));
-}
-
-void TestVisaTransports::cleanup()
-{
-    m_sim.reset();
-    qunsetenv("FAKEVISA_ALIAS");
-}
-
-bool TestVisaTransports::reach(QString const& transport, VisaIO& io, kvrsim::PtyBridge& pty,
-                               kvrsim::Vxi11Server& vxi11, QString& skip)
-{
-    QString const socket = m_sim->resourceString();
-    if (transport == u"pty") {
-        if (!pty.start(m_sim->address(), m_sim->port())) {
-            qWarning("%s", qPrintable(pty.errorString()));
-            return false;
-        }
-        io.setResource(pty.resourceString());
-        io.setAttribute(QStringLiteral("baudRate"), 115200);
-    } else if (transport == u"library") {
-        io.setResource(socket);
-        io.setAttribute(QStringLiteral("visaLibrary"), kFakeVisa);
-    } else if (transport == u"alias") {
-        qputenv("FAKEVISA_ALIAS", QStringLiteral("bench-psu=%1").arg(socket).toUtf8());
-        io.setResource(QStringLiteral("bench-psu"));
-        io.setAttribute(QStringLiteral("visaLibrary"), kFakeVisa);
-    } else {
-        if (!vxi11.start(QHostAddress::LocalHost, m_sim->address(), m_sim->port())) {
-            qWarning("%s", qPrintable(vxi11.errorString()));
-            return false;
-        }
-        // liblxi asks the portmapper on port 111 and nowhere else.
-        if (!vxi11.standardPortError().isEmpty())
-            skip = QStringLiteral("VXI-11 needs port 111, which this suite may not bind (not root?): ")
-                + vxi11.standardPortError();
-        io.setResource(vxi11.resourceString());
-    }
-    return true;
-}
-
-void TestVisaTransports::driverPollsAsOverTheSocketTillTheLinkGoes_data()
-{
-    QTest::addColumn<QString>("transport");
-    QTest::newRow("serial over a pseudo-terminal") << "pty";
-    QTest::newRow("VISA library, socket resource") << "library";
-    QTest::newRow("VISA library, alias") << "alias";
-    QTest::newRow("VXI-11") << "vxi11";
-}
-
-void TestVisaTransports::driverPollsAsOverTheSocketTillTheLinkGoes()
-{
-    QFETCH(QString, transport);
-    auto io = QSharedPointer<VisaIO>::create();
-    auto pty = std::make_unique<kvrsim::PtyBridge>();
-    auto vxi11 = std::make_unique<kvrsim::Vxi11Server>();
-    QString skip;
-    QVERIFY(reach(transport, *io, *pty, *vxi11, skip));
-    if (!skip.isEmpty())
-        QSKIP(qPrintable(skip));
-
-    MyDMM dmm(ChannelLimitRange(), io, true);
-    QSignalSpy stopped(&dmm, &MyDMM::stoped);
-    QSignalSpy errors(&dmm, &MyDMM::ioError);
-    QVERIFY(twoSamples(dmm));
-    QCOMPARE(m_sim->receivedLines().mid(0, m_ring.size()), m_ring);
-
-    // The far end goes: the unit is switched off, the cable pulled.
-    pty.reset();
-    vxi11.reset();
-    m_sim.reset();
-    QVERIFY(stopped.wait(5000));
-    QCOMPARE(errors.size(), 1);
-    QString const message = errors.first().first().toString();
-    QVERIFY2(message.contains(io->resource()) && message.contains(QStringLiteral("lost")),
-             qPrintable(message));
-    QCOMPARE(int(io->errorKind()), int(LinkError::Lost));
-}
-
-void TestVisaTransports::failuresEndTheRunWithTheirKind_data()
-{
-    QTest::addColumn<QString>("resource");
-    QTest::addColumn<QString>("attribute");
-    QTest::addColumn<QString>("value");
-    // "closes": a listener that takes the connection and closes it, on the port "%1";
-    // "held": the resource is a pseudo-terminal that another port holds open.
-    QTest::addColumn<QString>("peer");
-    QTest::addColumn<LinkError>("kind");
-    QTest::addColumn<QString>("cause");
-
-    QString const none;
-    auto const row = [&](char const* name, QString const& resource, QString const& attribute,
-                         QString const& value, QString const& peer, LinkError kind, char const* cause) {
-        QTest::newRow(name) << resource << attribute << value << peer << kind << QString(cause);
-    };
-    row("serial device missing", "ASRL/dev/ttyKVR404::INSTR", none, none, none, LinkError::InvalidResource,
-        "no such device");
-    row("serial port zero", "ASRL0::INSTR", none, none, none, LinkError::InvalidResource, "start at 1");
-    row("serial setting", "ASRL/dev/ttyKVR404::INSTR", "parity", "sometimes", none,
-        LinkError::InvalidResource, "parity \"sometimes\"");
-    row("serial port held by another", none, none, none, "held", LinkError::Permission,
-        "in use by another program");
-    row("USB-TMC device absent", "USB0::0x1AB1::0x04CE::KVR404::INSTR", none, none, none,
-        LinkError::InvalidResource, "no USB-TMC device with vendor id 0x1AB1");
-    row("socket nobody listening", "TCPIP0::127.0.0.1::1::SOCKET", none, none, none, LinkError::Refused,
-        "Cannot connect to");
-    row("socket closed by the peer", "TCPIP0::127.0.0.1::%1::SOCKET", none, none, "closes", LinkError::Lost,
-        "closed the connection");
-    row("VXI-11 nobody listening", "TCPIP0::127.0.0.1::inst0::INSTR", none, none, none, LinkError::Refused,
-        "Cannot connect to");
-    row("GPIB without a VISA library", "GPIB0::5::INSTR", none, none, none, LinkError::InvalidResource,
-        "GPIB needs an installed");
-    row("alias without a VISA library", "bench-psu", none, none, none, LinkError::InvalidResource,
-        "Invalid VISA resource");
-    row("VISA library missing", "bench-psu", "visaLibrary", "libkvr404visa.so", none, LinkError::Other,
-        "cannot load the VISA library libkvr404visa.so");
-    row("VISA library lacks a function", "bench-psu", "visaLibrary", kFakeVisaWithoutRead, none,
-        LinkError::Other, "lacks the function viRead");
-    row("VISA library refuses the resource", "TCPIP0::127.0.0.1::1::SOCKET", "visaLibrary", kFakeVisa, none,
-        LinkError::Refused, "0xbfff0011");
-}
-
-void TestVisaTransports::failuresEndTheRunWithTheirKind()
-{
-    QFETCH(QString, resource);
-    QFETCH(QString, attribute);
-    QFETCH(QString, value);
-    QFETCH(QString, peer);
-    QFETCH(LinkError, kind);
-    QFETCH(QString, cause);
-    QTcpServer listener;
-    kvrsim::PtyBridge pty;
-    QSerialPort holder;
-    if (peer == u"closes") {
-        QVERIFY(listener.listen(QHostAddress::LocalHost));
-        connect(&listener, &QTcpServer::newConnection, this, [&listener] {
-            while (QTcpSocket* socket = listener.nextPendingConnection()) {
-                socket->close();
-                socket->deleteLater();
+        QString const socket = m_sim->resourceString();
+        if (transport == u"socket") {
+            io.setResource(socket);
+        } else if (transport == u"pty") {
+            if (!pty.start(m_sim->address(), m_sim->port())) {
+                qWarning("%s", qPrintable(pty.errorString()));
+                return false;
             }
-        });
-        resource = resource.arg(listener.serverPort());
-    } else if (peer == u"held") {
-        QVERIFY2(pty.start(m_sim->address(), m_sim->port()), qPrintable(pty.errorString()));
-        holder.setPortName(pty.path());
-        QVERIFY2(holder.open(QIODevice::ReadWrite), qPrintable(holder.errorString()));
-        resource = pty.resourceString();
+            io.setResource(pty.resourceString());
+            io.setAttribute(QStringLiteral("baudRate"), 115200);
+        } else if (transport == u"library") {
+            io.setResource(socket);
+            io.setAttribute(QStringLiteral("visaLibrary"), kFakeVisa);
+        } else if (transport == u"alias") {
+            qputenv("FAKEVISA_ALIAS", QStringLiteral("bench-psu=%1").arg(socket).toUtf8());
+            io.setResource(QStringLiteral("bench-psu"));
+            io.setAttribute(QStringLiteral("visaLibrary"), kFakeVisa);
+        } else {
+            if (!vxi11.start(QHostAddress::LocalHost, m_sim->address(), m_sim->port())) {
+                qWarning("%s", qPrintable(vxi11.errorString()));
+                return false;
+            }
+            // liblxi asks the portmapper on port 111 and nowhere else.
+            if (!vxi11.standardPortError().isEmpty())
+                skip = QStringLiteral("VXI-11 needs port 111, which this suite may not bind (not root?): ")
+                    + vxi11.standardPortError();
+            io.setResource(vxi11.resourceString());
+        }
+        return true;
     }
-    VisaResource const parsed = VisaResource::parse(resource);
-    bool const libraryServes = !parsed.isValid() || parsed.kind == VisaResource::Kind::Gpib;
-    QString ignored;
-    if (attribute.isEmpty() && libraryServes && VisaLibrary::load({}, ignored))
-        QSKIP("A VISA library is installed here: it serves what the built-in transports do not.");
-    // Looking for a VISA library that is not there says nothing.
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
 
-    auto io = QSharedPointer<VisaIO>::create(resource);
-    io->setTimeout(1000);
-    if (!attribute.isEmpty())
-        io->setAttribute(attribute, value);
-    MeasureInst inst(io, true);
-    QSignalSpy stopped(&inst, &MeasureInst::stoped);
-    QSignalSpy errors(&inst, &MeasureInst::ioError);
-    inst.open();
-    QVERIFY(stopped.wait(3000) || !stopped.isEmpty());
-    QCOMPARE(errors.size(), 1);
-    QString const message = errors.first().first().toString();
-    QVERIFY2(message.contains(resource) && message.contains(cause), qPrintable(message));
-    QCOMPARE(int(io->errorKind()), int(kind));
-}
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // The shape of sysfs: class entries whose "device" leads to the interface,
+        // under the USB device that holds the ids.
+        QVERIFY(m_sysfs.isValid());
+        QDir const dir(m_sysfs.path());
+        auto const device = [&](char const* name, char const* usb, char const* vendor, char const* product,
+                                char const* serial) {
+            QString const interface = QStringLiteral("devices/%1/%1:1.0").arg(QLatin1String(usb));
+            QVERIFY(dir.mkpath(interface)
+                    && dir.mkpath(QStringLiteral("class/usbmisc/") + QLatin1String(name)));
+            auto const write = [&](QString const& path, char const* text) {
+                QFile file(dir.filePath(path));
+                QVERIFY(file.open(QIODevice::WriteOnly));
+                file.write(QByteArray(text) + '\n');
+            };
+            write(interface + QStringLiteral("/../idVendor"), vendor);
+            write(interface + QStringLiteral("/../idProduct"), product);
+            write(interface + QStringLiteral("/../serial"), serial);
+            write(interface + QStringLiteral("/bInterfaceNumber"), "00");
+            QVERIFY(QFile::link(
+                dir.filePath(interface),
+                dir.filePath(QStringLiteral("class/usbmisc/%1/device").arg(QLatin1String(name)))));
+        };
+        device("usbtmc0", "1-1", "0957", "1796", "MY5800");
+        device("usbtmc1", "1-2", "1ab1", "0e11", "DP8B001");
+    }
 
-void TestVisaTransports::vxi11ConnectTimeOutKeepsTheLoopTurning()
-{
-    // A portmapper that takes the question and never answers.
-    QTcpServer silent;
-    if (!silent.listen(QHostAddress::LocalHost, kvrsim::Vxi11Server::kPortmapperPort))
-        QSKIP(qPrintable(QStringLiteral("cannot bind port 111 (not root?): ") + silent.errorString()));
-    QString const resource = QStringLiteral("TCPIP0::127.0.0.1::INSTR");
-    auto io = QSharedPointer<VisaIO>::create(resource);
-    int const bound = 1000;
-    io->setTimeout(bound);
-    MeasureInst inst(io, true);
-    QSignalSpy errors(&inst, &MeasureInst::ioError);
+    void init()
+    {
+        m_sim = std::make_unique<kvrsim::SimServer>();
+        kvrsim::SimOptions options;
+        options.noise = 0;
+        QVERIFY2(m_sim->start(options), qPrintable(m_sim->errorString()));
+    }
 
-    // The longest pause between two turns of the event loop while the connect hangs.
-    QElapsedTimer clock;
-    qint64 last = 0;
-    qint64 longest = 0;
-    QTimer tick;
-    connect(&tick, &QTimer::timeout, this, [&] {
-        longest = qMax(longest, clock.elapsed() - last);
-        last = clock.elapsed();
-    });
-    clock.start();
-    tick.start(1);
-    inst.open();
-    QTRY_COMPARE_WITH_TIMEOUT(errors.size(), 1, 5000);
-    qint64 const took = clock.elapsed();
-    QString const message = errors.first().first().toString();
-    QVERIFY2(took >= bound && took < bound + 300, qPrintable(QStringLiteral("%1 ms").arg(took)));
-    QVERIFY2(message.contains(resource) && message.contains(QStringLiteral("no answer within 1000 ms")),
-             qPrintable(message));
-    QCOMPARE(int(io->errorKind()), int(LinkError::TimedOut));
-    QVERIFY2(longest < 50, qPrintable(QStringLiteral("the loop stalled %1 ms").arg(longest)));
-}
+    void cleanup()
+    {
+        m_sim.reset();
+        qunsetenv("FAKEVISA_ALIAS");
+    }
 
-void TestVisaTransports::lateAnswerIsNotTakenForTheNext_data()
-{
-    // Neither has a device clear: the late answer is read away.
-    QTest::addColumn<QString>("transport");
-    QTest::newRow("VISA library") << "library";
-    QTest::newRow("VXI-11") << "vxi11";
-}
+    void driverPollsAsOverTheSocketTillTheLinkGoes_data()
+    {
+        QTest::addColumn<QString>("transport");
+        QTest::newRow("socket") << "socket";
+        QTest::newRow("serial over a pseudo-terminal") << "pty";
+        QTest::newRow("VISA library, socket resource") << "library";
+        QTest::newRow("VISA library, alias") << "alias";
+        QTest::newRow("VXI-11") << "vxi11";
+    }
 
-void TestVisaTransports::lateAnswerIsNotTakenForTheNext()
-{
-    QFETCH(QString, transport);
-    VisaIO io;
-    kvrsim::PtyBridge pty;
-    kvrsim::Vxi11Server vxi11;
-    QString skip;
-    QVERIFY(reach(transport, io, pty, vxi11, skip));
-    if (!skip.isEmpty())
-        QSKIP(qPrintable(skip));
-    io.setTimeout(100);
-    QSignalSpy opened(&io, &VisaIO::opened);
-    QSignalSpy answers(&io, &VisaIO::dataReceived);
-    io.open();
-    QVERIFY(opened.wait());
+    void driverPollsAsOverTheSocketTillTheLinkGoes()
+    {
+        QFETCH(QString, transport);
+        auto io = QSharedPointer<VisaIO>::create();
+        auto pty = std::make_unique<kvrsim::PtyBridge>();
+        auto vxi11 = std::make_unique<kvrsim::Vxi11Server>();
+        QString skip;
+        QVERIFY(reach(transport, *io, *pty, *vxi11, skip));
+        if (!skip.isEmpty())
+            QSKIP(qPrintable(skip));
 
-    m_sim->setLatency(300);
-    QVERIFY(io.write("*IDN?\n"));
-    QTest::qWait(400); // the read gave up at 100 ms; the answer came at 300
-    QVERIFY(answers.isEmpty());
-    m_sim->setLatency(0);
-    QString const mode = QStringLiteral(":SYSTem:POWER:MODE?");
-    QVERIFY(io.write(mode.toLatin1() + '\n'));
-    QVERIFY(answers.wait(2000));
-    QCOMPARE(answers.first().first().toByteArray(), m_sim->instrument().handleLine(mode)->toLatin1() + '\n');
-}
+        MyDMM dmm(ChannelLimitRange(), io, true);
+        QSignalSpy stopped(&dmm, &MyDMM::stoped);
+        QSignalSpy errors(&dmm, &MyDMM::ioError);
+        QVERIFY(twoSamples(dmm));
+        // The mode query opens the run, then two passes of the ring.
+        QStringList const ring = pollingRing();
+        QCOMPARE(m_sim->receivedLines().mid(0, 1 + 2 * ring.size()),
+                 QStringList {ring.first()} + ring + ring);
 
-void TestVisaTransports::usbTmcLocate_data()
-{
-    QTest::addColumn<QString>("resource");
-    QTest::addColumn<QString>("node"); // empty: none matches
+        // The far end goes: the unit is switched off, the cable pulled.
+        pty.reset();
+        vxi11.reset();
+        m_sim.reset();
+        QVERIFY(stopped.wait(5000));
+        QCOMPARE(errors.size(), 1);
+        QString const message = errors.first().first().toString();
+        QVERIFY2(message.contains(io->resource()) && message.contains(QStringLiteral("lost")),
+                 qPrintable(message));
+        QCOMPARE(int(io->errorKind()), int(LinkError::Lost));
+    }
 
-    QTest::newRow("vendor, product, serial") << "USB0::0x1AB1::0x0E11::DP8B001::INSTR"
-                                             << "usbtmc1";
-    QTest::newRow("decimal ids") << "USB::6833::3601::DP8B001::INSTR"
-                                 << "usbtmc1";
-    QTest::newRow("interface given") << "USB0::0x1AB1::0x0E11::DP8B001::0::INSTR"
+    void failuresEndTheRunWithTheirKind_data()
+    {
+        QTest::addColumn<QString>("resource");
+        QTest::addColumn<QString>("attribute");
+        QTest::addColumn<QString>("value");
+        // "closes": a listener that takes the connection and closes it, on the port "%1";
+        // "held": the resource is a pseudo-terminal that another port holds open.
+        QTest::addColumn<QString>("peer");
+        QTest::addColumn<LinkError>("kind");
+        QTest::addColumn<QString>("cause");
+
+        QString const none;
+        auto const row = [&](char const* name, QString const& resource, QString const& attribute,
+                             QString const& value, QString const& peer, LinkError kind, char const* cause) {
+            QTest::newRow(name) << resource << attribute << value << peer << kind << QString(cause);
+        };
+        row("serial device missing", "ASRL/dev/ttyKVR404::INSTR", none, none, none,
+            LinkError::InvalidResource, "no such device");
+        row("serial port zero", "ASRL0::INSTR", none, none, none, LinkError::InvalidResource, "start at 1");
+        row("serial setting", "ASRL/dev/ttyKVR404::INSTR", "parity", "sometimes", none,
+            LinkError::InvalidResource, "parity \"sometimes\"");
+        row("serial port held by another", none, none, none, "held", LinkError::Permission,
+            "in use by another program");
+        row("USB-TMC device absent", "USB0::0x1AB1::0x04CE::KVR404::INSTR", none, none, none,
+            LinkError::InvalidResource, "no USB-TMC device with vendor id 0x1AB1");
+        row("socket nobody listening", "TCPIP0::127.0.0.1::1::SOCKET", none, none, none, LinkError::Refused,
+            "Cannot connect to");
+        row("socket never accepted", "TCPIP0::127.0.0.1::%1::SOCKET", none, none, "deaf", LinkError::TimedOut,
+            "no answer within 1000 ms");
+        row("socket closed by the peer", "TCPIP0::127.0.0.1::%1::SOCKET", none, none, "closes",
+            LinkError::Lost, "closed the connection");
+        row("VXI-11 nobody listening", "TCPIP0::127.0.0.1::inst0::INSTR", none, none, none,
+            LinkError::Refused, "Cannot connect to");
+        row("GPIB without a VISA library", "GPIB0::5::INSTR", none, none, none, LinkError::InvalidResource,
+            "GPIB needs an installed");
+        row("alias without a VISA library", "bench-psu", none, none, none, LinkError::InvalidResource,
+            "Invalid VISA resource");
+        row("VISA library missing", "bench-psu", "visaLibrary", "libkvr404visa.so", none, LinkError::Other,
+            "cannot load the VISA library libkvr404visa.so");
+        row("VISA library lacks a function", "bench-psu", "visaLibrary", kFakeVisaWithoutRead, none,
+            LinkError::Other, "lacks the function viRead");
+        row("VISA library refuses the resource", "TCPIP0::127.0.0.1::1::SOCKET", "visaLibrary", kFakeVisa,
+            none, LinkError::Refused, "0xbfff0011");
+    }
+
+    void failuresEndTheRunWithTheirKind()
+    {
+        QFETCH(QString, resource);
+        QFETCH(QString, attribute);
+        QFETCH(QString, value);
+        QFETCH(QString, peer);
+        QFETCH(LinkError, kind);
+        QFETCH(QString, cause);
+        QTcpServer listener;
+        QTcpSocket filler;
+        kvrsim::PtyBridge pty;
+        QSerialPort holder;
+        if (peer == u"deaf") {
+            // A listener whose backlog is full and that accepts nothing never answers the handshake.
+            listener.setListenBacklogSize(0);
+            QVERIFY(listener.listen(QHostAddress::LocalHost));
+            listener.pauseAccepting();
+            filler.connectToHost(QHostAddress::LocalHost, listener.serverPort());
+            QVERIFY(filler.waitForConnected(1000));
+            resource = resource.arg(listener.serverPort());
+        } else if (peer == u"closes") {
+            QVERIFY(listener.listen(QHostAddress::LocalHost));
+            connect(&listener, &QTcpServer::newConnection, this, [&listener] {
+                while (QTcpSocket* socket = listener.nextPendingConnection()) {
+                    socket->close();
+                    socket->deleteLater();
+                }
+            });
+            resource = resource.arg(listener.serverPort());
+        } else if (peer == u"held") {
+            QVERIFY2(pty.start(m_sim->address(), m_sim->port()), qPrintable(pty.errorString()));
+            holder.setPortName(pty.path());
+            QVERIFY2(holder.open(QIODevice::ReadWrite), qPrintable(holder.errorString()));
+            resource = pty.resourceString();
+        }
+        VisaResource const parsed = VisaResource::parse(resource);
+        bool const libraryServes = !parsed.isValid() || parsed.kind == VisaResource::Kind::Gpib;
+        QString ignored;
+        if (attribute.isEmpty() && libraryServes && VisaLibrary::load({}, ignored))
+            QSKIP("A VISA library is installed here: it serves what the built-in transports do not.");
+        // Looking for a VISA library that is not there says nothing.
+        QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
+
+        auto io = QSharedPointer<VisaIO>::create(resource);
+        io->setTimeout(1000);
+        if (!attribute.isEmpty())
+            io->setAttribute(attribute, value);
+        MeasureInst inst(io, true);
+        QSignalSpy started(&inst, &MeasureInst::started);
+        QSignalSpy stopped(&inst, &MeasureInst::stoped);
+        QSignalSpy errors(&inst, &MeasureInst::ioError);
+        inst.open();
+        QCOMPARE(stopped.size(), 0); // never from inside open()
+        QVERIFY(stopped.wait(5000));
+        QCOMPARE(started.size(), kind == LinkError::Lost ? 1 : 0); // only a link that was opened is lost
+        QVERIFY(!inst.active());
+        QCOMPARE(errors.size(), 1);
+        QString const message = errors.first().first().toString();
+        QVERIFY2(message.contains(resource) && message.contains(cause), qPrintable(message));
+        QCOMPARE(inst.errorString(), message);
+        QCOMPARE(int(io->errorKind()), int(kind));
+    }
+
+    void vxi11ConnectTimeOutKeepsTheLoopTurning()
+    {
+        // A portmapper that takes the question and never answers.
+        QTcpServer silent;
+        if (!silent.listen(QHostAddress::LocalHost, kvrsim::Vxi11Server::kPortmapperPort))
+            QSKIP(qPrintable(QStringLiteral("cannot bind port 111 (not root?): ") + silent.errorString()));
+        QString const resource = QStringLiteral("TCPIP0::127.0.0.1::INSTR");
+        auto io = QSharedPointer<VisaIO>::create(resource);
+        int const bound = 1000;
+        io->setTimeout(bound);
+        MeasureInst inst(io, true);
+        QSignalSpy errors(&inst, &MeasureInst::ioError);
+
+        // The event loop turns while the connect hangs: a blocked one would fire the timer once.
+        int ticks = 0;
+        QTimer tick;
+        connect(&tick, &QTimer::timeout, this, [&ticks] { ++ticks; });
+        tick.start(100);
+        QElapsedTimer clock;
+        clock.start();
+        inst.open();
+        QTRY_COMPARE_WITH_TIMEOUT(errors.size(), 1, 10000);
+        QVERIFY2(clock.elapsed() >= bound, qPrintable(QStringLiteral("%1 ms").arg(clock.elapsed())));
+        QVERIFY2(ticks >= 3, qPrintable(QStringLiteral("%1 turns").arg(ticks)));
+        QString const message = errors.first().first().toString();
+        QVERIFY2(message.contains(resource) && message.contains(QStringLiteral("no answer within 1000 ms")),
+                 qPrintable(message));
+        QCOMPARE(int(io->errorKind()), int(LinkError::TimedOut));
+    }
+
+    void lateAnswerIsNotTakenForTheNext_data()
+    {
+        // Neither has a device clear: the late answer is read away.
+        QTest::addColumn<QString>("transport");
+        QTest::newRow("VISA library") << "library";
+        QTest::newRow("VXI-11") << "vxi11";
+    }
+
+    void lateAnswerIsNotTakenForTheNext()
+    {
+        QFETCH(QString, transport);
+        VisaIO io;
+        kvrsim::PtyBridge pty;
+        kvrsim::Vxi11Server vxi11;
+        QString skip;
+        QVERIFY(reach(transport, io, pty, vxi11, skip));
+        if (!skip.isEmpty())
+            QSKIP(qPrintable(skip));
+        io.setTimeout(100);
+        QSignalSpy opened(&io, &VisaIO::opened);
+        QSignalSpy answers(&io, &VisaIO::dataReceived);
+        io.open();
+        QVERIFY(opened.wait());
+
+        QSignalSpy sent(m_sim.get(), &kvrsim::SimServer::answerSent);
+        m_sim->setLatency(500);
+        QVERIFY(io.write("*IDN?\n"));
+        QVERIFY(sent.wait(5000)); // the read gave up at 100 ms; the answer comes at 500
+        QTest::qWait(200); // for the relays to pass it on
+        QVERIFY(answers.isEmpty());
+        m_sim->setLatency(0);
+        QString const mode = QStringLiteral(":SYSTem:POWER:MODE?");
+        QVERIFY(io.write(mode.toLatin1() + '\n'));
+        QVERIFY(answers.wait(5000));
+        QCOMPARE(answers.first().first().toByteArray(),
+                 m_sim->instrument().handleLine(mode)->toLatin1() + '\n');
+    }
+
+    void usbTmcLocate_data()
+    {
+        QTest::addColumn<QString>("resource");
+        QTest::addColumn<QString>("node"); // empty: none matches
+
+        QTest::newRow("vendor, product, serial") << "USB0::0x1AB1::0x0E11::DP8B001::INSTR"
+                                                 << "usbtmc1";
+        QTest::newRow("decimal ids") << "USB::6833::3601::DP8B001::INSTR"
                                      << "usbtmc1";
-    QTest::newRow("other interface") << "USB0::0x1AB1::0x0E11::DP8B001::1::INSTR"
-                                     << "";
-    QTest::newRow("other serial") << "USB0::0x1AB1::0x0E11::DP8B002::INSTR"
-                                  << "";
-    QTest::newRow("same serial, other product") << "USB0::0x1AB1::0x04CE::DP8B001::INSTR"
-                                                << "";
-    QTest::newRow("second device") << "USB0::0x0957::0x1796::MY5800::INSTR"
-                                   << "usbtmc0";
-}
-
-void TestVisaTransports::usbTmcLocate()
-{
-    QFETCH(QString, resource);
-    QFETCH(QString, node);
-    QString error;
-    QString const found
-        = UsbTmcLink::locate(VisaResource::parse(resource), m_sysfs.path(), QStringLiteral("/dev"), error);
-    QCOMPARE(found, node.isEmpty() ? QString() : QStringLiteral("/dev/") + node);
-    QCOMPARE(error.isEmpty(), !node.isEmpty());
-}
-
-void TestVisaTransports::usbTmcDevicesAreListed()
-{
-    QStringList listed;
-    for (UsbTmcLink::Device const& device : UsbTmcLink::devices(m_sysfs.path())) {
-        listed << QStringLiteral("%1 %2:%3 %4 %5")
-                      .arg(device.node)
-                      .arg(device.vendorId, 4, 16, QChar(u'0'))
-                      .arg(device.productId, 4, 16, QChar(u'0'))
-                      .arg(device.serialNumber)
-                      .arg(device.usbInterface);
+        QTest::newRow("interface given") << "USB0::0x1AB1::0x0E11::DP8B001::0::INSTR"
+                                         << "usbtmc1";
+        QTest::newRow("other interface") << "USB0::0x1AB1::0x0E11::DP8B001::1::INSTR"
+                                         << "";
+        QTest::newRow("other serial") << "USB0::0x1AB1::0x0E11::DP8B002::INSTR"
+                                      << "";
+        QTest::newRow("same serial, other product") << "USB0::0x1AB1::0x04CE::DP8B001::INSTR"
+                                                    << "";
+        QTest::newRow("second device") << "USB0::0x0957::0x1796::MY5800::INSTR"
+                                       << "usbtmc0";
     }
-    QCOMPARE(listed, (QStringList {"usbtmc0 0957:1796 MY5800 0", "usbtmc1 1ab1:0e11 DP8B001 0"}));
-}
 
-void TestVisaTransports::usbTmcDeniedNamesTheRule()
-{
-    QString const message = UsbTmcLink::openError(QStringLiteral("/dev/usbtmc3"), EACCES);
-    QVERIFY2(message.contains(QStringLiteral("/dev/usbtmc3")) && message.contains(UsbTmcLink::udevRule()),
-             qPrintable(message));
-}
+    void usbTmcLocate()
+    {
+        QFETCH(QString, resource);
+        QFETCH(QString, node);
+        QString error;
+        QString const found = UsbTmcLink::locate(VisaResource::parse(resource), m_sysfs.path(),
+                                                 QStringLiteral("/dev"), error);
+        QCOMPARE(found, node.isEmpty() ? QString() : QStringLiteral("/dev/") + node);
+        QCOMPARE(error.isEmpty(), !node.isEmpty());
+    }
+
+    void usbTmcDevicesAreListed()
+    {
+        QStringList listed;
+        for (UsbTmcLink::Device const& device : UsbTmcLink::devices(m_sysfs.path())) {
+            listed << QStringLiteral("%1 %2:%3 %4 %5")
+                          .arg(device.node)
+                          .arg(device.vendorId, 4, 16, QChar(u'0'))
+                          .arg(device.productId, 4, 16, QChar(u'0'))
+                          .arg(device.serialNumber)
+                          .arg(device.usbInterface);
+        }
+        QCOMPARE(listed, (QStringList {"usbtmc0 0957:1796 MY5800 0", "usbtmc1 1ab1:0e11 DP8B001 0"}));
+    }
+
+    void usbTmcDeniedNamesTheRule()
+    {
+        QString const message = UsbTmcLink::openError(QStringLiteral("/dev/usbtmc3"), EACCES);
+        QVERIFY2(message.contains(QStringLiteral("/dev/usbtmc3")) && message.contains(UsbTmcLink::udevRule()),
+                 qPrintable(message));
+    }
+};
 
 QTEST_MAIN(TestVisaTransports)
 #include "tst_visatransports.moc"
