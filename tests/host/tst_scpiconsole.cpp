@@ -93,8 +93,6 @@ private Q_SLOTS:
                                         << "< 0.100   (ms)" << true;
         QTest::newRow("setting") << true << ":SOUR:VOLT 12"
                                  << "= written   (ms)" << true;
-        QTest::newRow("query never answered")
-            << true << ":NO:SUCH?" << failure(QueryClient::Failure::TimedOut) << true;
         QTest::newRow("not polling") << false << ":SOUR:VOLT?" << failure(QueryClient::Failure::NotRunning)
                                      << false;
     }

@@ -1,6 +1,6 @@
 #pragma once
 // A stand-in instrument plug-in: two models, and a window that shows what the
-// host handed over and what the instrument answers to "*IDN?".
+// host handed over.
 
 #include "widget/iequipment.h"
 
