@@ -11,13 +11,9 @@
 #include "store/sessionreader.h"
 #include "store/sessionstore.h"
 
-#include <QMessageBox>
-#include <QPushButton>
-#include <QTableView>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QTreeWidget>
+#include <QtNetwork>
 #include <QtTest>
+#include <QtWidgets>
 
 #include "plot/customplot.h"
 

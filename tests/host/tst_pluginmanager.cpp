@@ -2,10 +2,7 @@
 
 #include "widget/iequipment.h"
 
-#include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtTest>
 
 using zelt::host::PluginManager;
 

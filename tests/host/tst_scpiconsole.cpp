@@ -7,14 +7,8 @@
 #include "measure/queryclient.h"
 #include "simulator/simserver.h"
 
-#include <QLineEdit>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QRegularExpression>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTextBlock>
+#include <QtTest>
+#include <QtWidgets>
 
 using zelt::host::ScpiConsole;
 using zelt::measure::MeasureInst;

@@ -7,10 +7,7 @@
 #include "measure/queryclient.h"
 #include "util/code.h"
 
-#include <QMetaEnum>
-
-#include <QSignalSpy>
-#include <QTest>
+#include <QtTest>
 
 using namespace zelt::measure;
 using zelt::util::StringCode;

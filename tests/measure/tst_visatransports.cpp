@@ -15,17 +15,9 @@
 #include "simulator/simserver.h"
 #include "simulator/vxi11server.h"
 
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QRegularExpression>
 #include <QSerialPort>
-#include <QSignalSpy>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTimer>
+#include <QtNetwork>
+#include <QtTest>
 
 #include <cerrno>
 #include <memory>

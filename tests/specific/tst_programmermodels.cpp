@@ -5,11 +5,8 @@
 #include "specific/itemroles.h"
 #include "specific/listdatamodel.h"
 
-#include <QAbstractItemModelTester>
-#include <QComboBox>
-#include <QDoubleSpinBox>
-#include <QSignalSpy>
-#include <QTest>
+#include <QtTest>
+#include <QtWidgets>
 
 #include <memory>
 

@@ -8,7 +8,6 @@
 #include "store/sessionreader.h"
 #include "store/sessionstore.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
 #include <linux/capability.h>
