@@ -10,6 +10,7 @@
 #include "measure/io/visa/visalibrary.h"
 #include "measure/io/visa/visaresource.h"
 #include "measure/measureinst.h"
+#include "measure/queryclient.h"
 #include "simulator/kvrinstrument.h"
 #include "simulator/ptybridge.h"
 #include "simulator/simserver.h"
@@ -23,6 +24,7 @@
 #include <memory>
 
 using zelt::measure::MeasureInst;
+using zelt::measure::QueryClient;
 using zelt::measure::io::LinkError;
 using zelt::measure::io::visa::UsbTmcLink;
 using zelt::measure::io::visa::VisaIO;
@@ -63,13 +65,14 @@ class TestVisaTransports : public QObject
     // Points io at the simulator through transport, with what that needs; false
     // when that fails, true with skip set when it cannot be done here.
     bool reach(QString const& transport, VisaIO& io, kvrsim::PtyBridge& pty, kvrsim::Vxi11Server& vxi11,
-               QString& skip)
+               QString& skip, quint16 port = 0)
     {
-        QString const socket = m_sim->resourceString();
+        port = port ? port : m_sim->port();
+        QString const socket = QStringLiteral("TCPIP0::127.0.0.1::%1::SOCKET").arg(port);
         if (transport == u"socket") {
             io.setResource(socket);
         } else if (transport == u"pty") {
-            if (!pty.start(m_sim->address(), m_sim->port())) {
+            if (!pty.start(QHostAddress::LocalHost, port)) {
                 qWarning("%s", qPrintable(pty.errorString()));
                 return false;
             }
@@ -83,7 +86,7 @@ class TestVisaTransports : public QObject
             io.setResource(QStringLiteral("bench-psu"));
             io.setAttribute(QStringLiteral("visaLibrary"), kFakeVisa);
         } else {
-            if (!vxi11.start(QHostAddress::LocalHost, m_sim->address(), m_sim->port())) {
+            if (!vxi11.start(QHostAddress::LocalHost, QHostAddress::LocalHost, port)) {
                 qWarning("%s", qPrintable(vxi11.errorString()));
                 return false;
             }
@@ -94,6 +97,16 @@ class TestVisaTransports : public QObject
             io.setResource(vxi11.resourceString());
         }
         return true;
+    }
+
+    void transports()
+    {
+        QTest::addColumn<QString>("transport");
+        QTest::newRow("socket") << "socket";
+        QTest::newRow("serial over a pseudo-terminal") << "pty";
+        QTest::newRow("VISA library, socket resource") << "library";
+        QTest::newRow("VISA library, alias") << "alias";
+        QTest::newRow("VXI-11") << "vxi11";
     }
 
 private Q_SLOTS:
@@ -139,15 +152,7 @@ private Q_SLOTS:
         qunsetenv("FAKEVISA_ALIAS");
     }
 
-    void driverPollsAsOverTheSocketTillTheLinkGoes_data()
-    {
-        QTest::addColumn<QString>("transport");
-        QTest::newRow("socket") << "socket";
-        QTest::newRow("serial over a pseudo-terminal") << "pty";
-        QTest::newRow("VISA library, socket resource") << "library";
-        QTest::newRow("VISA library, alias") << "alias";
-        QTest::newRow("VXI-11") << "vxi11";
-    }
+    void driverPollsAsOverTheSocketTillTheLinkGoes_data() { transports(); }
 
     void driverPollsAsOverTheSocketTillTheLinkGoes()
     {
@@ -355,6 +360,42 @@ private Q_SLOTS:
         QVERIFY(answers.wait(5000));
         QCOMPARE(answers.first().first().toByteArray(),
                  m_sim->instrument().handleLine(mode)->toLatin1() + '\n');
+    }
+
+    void splitLineIsOneAnswer_data() { transports(); }
+    // An answer that reaches the link in two pieces, the second late, is one answer.
+    void splitLineIsOneAnswer()
+    {
+        QFETCH(QString, transport);
+        QTcpServer halves;
+        QVERIFY(halves.listen(QHostAddress::LocalHost));
+        connect(&halves, &QTcpServer::newConnection, this, [&halves] {
+            QTcpSocket* unit = halves.nextPendingConnection();
+            connect(unit, &QTcpSocket::readyRead, unit, [unit] {
+                while (unit->canReadLine() && !unit->readLine().isEmpty()) {
+                    unit->write("KVR,KVR9");
+                    QTimer::singleShot(50, unit, [unit] { unit->write("040-40\n"); });
+                }
+            });
+        });
+        auto io = QSharedPointer<VisaIO>::create();
+        kvrsim::PtyBridge pty;
+        kvrsim::Vxi11Server vxi11;
+        QString skip;
+        QVERIFY(reach(transport, *io, pty, vxi11, skip, halves.serverPort()));
+        if (!skip.isEmpty())
+            QSKIP(qPrintable(skip));
+        MeasureInst inst(io, true);
+        QSignalSpy started(&inst, &MeasureInst::started);
+        inst.open();
+        QVERIFY(started.wait());
+        QueryClient client(&inst);
+        QSignalSpy answered(&client, &QueryClient::answered);
+        client.send("*IDN?");
+        client.send("*IDN?");
+        QTRY_COMPARE_WITH_TIMEOUT(answered.size(), 2, 10000);
+        for (auto const& answer : answered)
+            QCOMPARE(answer.at(1).toByteArray(), QByteArray("KVR,KVR9040-40"));
     }
 
     void usbTmcLocate_data()
