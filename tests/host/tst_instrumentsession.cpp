@@ -29,12 +29,6 @@ namespace {
 
 QString const kModel = QStringLiteral("KVR9040-40");
 
-// The lines the instrument received from index from on, settings only.
-QStringList settingsSince(kvrsim::SimServer const& server, int from)
-{
-    return server.receivedLines().mid(from).filter(QRegularExpression(QStringLiteral("^[^?]*$")));
-}
-
 // Whether lines hold nothing but the polling ring, one whole pass of it included.
 bool onlyPolling(QStringList const& lines)
 {
@@ -46,18 +40,6 @@ bool onlyPolling(QStringList const& lines)
     for (qsizetype i = 0; i + ring.size() <= lines.size(); ++i) {
         if (lines.mid(i, ring.size()) == ring)
             return true;
-    }
-    return false;
-}
-
-// Presses the banner's button of that text on a row.
-bool press(InstrumentSession* session, QString const& text)
-{
-    for (QToolButton* button : session->banner()->findChildren<QToolButton*>()) {
-        if (button->text() == text && button->isVisible()) {
-            button->click();
-            return true;
-        }
     }
     return false;
 }
@@ -232,10 +214,16 @@ private Q_SLOTS:
         // The trip and the output state come from different answers of the ring.
         QTRY_VERIFY(!session->outputOn());
 
-        int const from = int(m_server.receivedLines().size());
-        QVERIFY(press(session, QStringLiteral("Clear")));
+        qsizetype const from = m_server.receivedLines().size();
+        auto const buttons = session->banner()->findChildren<QToolButton*>();
+        auto const clear = std::find_if(buttons.begin(), buttons.end(), [](QToolButton* button) {
+            return button->text() == QLatin1String("Clear") && button->isVisible();
+        });
+        QVERIFY(clear != buttons.end());
+        (*clear)->click();
         QTRY_VERIFY(!session->banner()->hasRow(InstrumentSession::OverVoltageRow));
-        QCOMPARE(settingsSince(m_server, from), QStringList {":SOURce:VOLTage:PROTection:CLEar"});
+        QStringList const settings = m_server.receivedLines().mid(from).filter(QRegularExpression("^[^?]*$"));
+        QCOMPARE(settings, QStringList {":SOURce:VOLTage:PROTection:CLEar"});
     }
 
     // Quitting while an output is on asks first; No keeps the host and the instrument running.
