@@ -1,9 +1,8 @@
-// The instrument model without a socket: ratings per model, number words, timing of a slewed trip.
+// The instrument model without a socket: ratings and reset levels per model.
 
 #include "simulator/kvrinstrument.h"
 #include "simulator/kvrratings.h"
 #include "simulator/manualclock.h"
-#include "simulator/scpivalue.h"
 
 #include <QTest>
 
@@ -30,9 +29,7 @@ private Q_SLOTS:
         row("10 A has 4 decimals", "KVR9800-10", "800,10,2000,0.1",
             "0.100;840.000;10.5000;0.000,0.0000,0.000");
         row("other family", "PXN3040-40");
-        row("unknown voltage class", "KVR9999-1");
         row("no current", "KVR9040-");
-        row("zero current", "KVR9040-0");
         row("trailing text", "KVR9040-40X");
     }
 
@@ -59,58 +56,6 @@ private Q_SLOTS:
                      .value_or(QString())
                      .section(QLatin1Char(','), 0, 1),
                  "KVR," + model.toUpper());
-    }
-
-    void number_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("valid");
-        QTest::addColumn<double>("value");
-        auto row = [](char const* text, bool valid, double value = 0) {
-            QTest::newRow(text) << QString(text) << valid << value;
-        };
-        row("1.25E1", true, 12.5);
-        row("1e-05", true, 0.00001);
-        row("+0.5", true, 0.5);
-        row(".5", true, 0.5);
-        row("5.", true, 5.0);
-        row("-3", true, -3.0);
-        row(" 7 ", true, 7.0);
-        row("5V", false);
-        row("1E", false);
-        row(".", false);
-        row("1e999", false);
-    }
-
-    void number()
-    {
-        QFETCH(QString, text);
-        QFETCH(bool, valid);
-        QFETCH(double, value);
-        std::optional<double> const parsed = ScpiValue::toNumber(text);
-        QCOMPARE(parsed.has_value(), valid);
-        if (valid)
-            QCOMPARE(*parsed, value);
-    }
-
-    void slewWithProtectionStaysExact()
-    {
-        // A slow ramp through the OVP level: the delay counts from the crossing, not from the end of the
-        // ramp.
-        ManualClock clock;
-        KvrInstrument instrument(*KvrRatings::fromModel(QStringLiteral("KVR9040-40")), &clock);
-        instrument.setNoise(0);
-        for (char const* line : {":OUTP:MODE VSR", ":VOLT:SLEW:RIS 10", ":CURR 5", ":VOLT 20",
-                                 ":VOLT:PROT 10", ":VOLT:PROT:STAT ON", ":OUTP ON"})
-            instrument.handleLine(QString::fromLatin1(line));
-        clock.advance(1000 + 99); // 10 V at 1000 ms, above it from 1001 ms
-        instrument.advance();
-        QVERIFY(!instrument.ovpTripped());
-        QVERIFY(instrument.output().volts > 10.9);
-        clock.advance(3);
-        instrument.advance();
-        QVERIFY(instrument.ovpTripped());
-        QVERIFY(!instrument.outputOn());
     }
 };
 
