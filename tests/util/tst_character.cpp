@@ -123,14 +123,6 @@ private Q_SLOTS:
         QCOMPARE(Character::strToBool(text), expected);
     }
 
-    void boolToStr()
-    {
-        QCOMPARE(Character::boolToStr(true, true) + Character::boolToStr(false, true),
-                 QStringLiteral("ONOFF"));
-        QCOMPARE(Character::boolToStr(true, false) + Character::boolToStr(false, false),
-                 QStringLiteral("10"));
-    }
-
     void csvLoad_data()
     {
         QTest::addColumn<QByteArray>("bytes");
@@ -146,7 +138,6 @@ private Q_SLOTS:
         row("empty file", "", {});
         row("UTF-8 after a byte order mark", "\xEF\xBB\xBFR(\xCE\xA9),\xC2\xB5s\n",
             {QString::fromUtf8("R(Ω),µs")});
-        row("a byte order mark alone", "\xEF\xBB\xBF", {});
         row("no file", QByteArray(), {});
         row("only the lines asked for", "a\nb\nc\n", {"a", "b"}, 2);
         row("blank lines up to the size", QByteArray(Character::kCsvMostBytes, '\n'), {"", "", ""}, 3);
