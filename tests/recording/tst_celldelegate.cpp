@@ -9,28 +9,27 @@
 
 #include <functional>
 
+using Change = std::function<void(QTableView&)>;
+
 class TestCellDelegate : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
     void copiesLookAsDrawn_data()
     {
-        QTest::addColumn<std::function<void(QTableView&)>>("change");
-        QTest::newRow("nothing") << std::function<void(QTableView&)>([](QTableView&) {});
-        QTest::newRow("another text") << std::function<void(QTableView&)>([](QTableView& view) {
+        QTest::addColumn<Change>("change");
+        QTest::newRow("nothing") << Change([](QTableView&) {});
+        QTest::newRow("another text") << Change([](QTableView& view) {
             view.model()->setData(view.model()->index(1, 1), QStringLiteral("12.3456"));
         });
-        QTest::newRow("a row selected")
-            << std::function<void(QTableView&)>([](QTableView& view) { view.selectRow(2); });
-        QTest::newRow("scrolled to the bottom")
-            << std::function<void(QTableView&)>([](QTableView& view) { view.scrollToBottom(); });
-        QTest::newRow("narrower") << std::function<void(QTableView&)>(
-            [](QTableView& view) { view.resize(300, 200); });
+        QTest::newRow("a row selected") << Change([](QTableView& view) { view.selectRow(2); });
+        QTest::newRow("scrolled to the bottom") << Change([](QTableView& view) { view.scrollToBottom(); });
+        QTest::newRow("narrower") << Change([](QTableView& view) { view.resize(300, 200); });
     }
 
     void copiesLookAsDrawn()
     {
-        QFETCH(std::function<void(QTableView&)>, change);
+        QFETCH(Change, change);
         QStandardItemModel model(40, 4);
         for (int row = 0; row < model.rowCount(); ++row) {
             for (int column = 0; column < model.columnCount(); ++column)

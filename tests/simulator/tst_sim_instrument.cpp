@@ -179,7 +179,6 @@ private Q_SLOTS:
         char const* const cvcc = ":MEAS:ALL?;:OUTP:CVCC?";
         row("constant voltage", on, cvcc, single + ";CV");
         row("constant current", {":VOLT 12", ":CURR 0.5", ":OUTP ON"}, cvcc, "5.000,0.500,2.500;CC");
-        row("at the crossover", {":VOLT 12", ":CURR 1.2", ":OUTP ON"}, cvcc, single + ";CV");
         row("rated power", {":SIM:LOAD 1", ":VOLT 40", ":CURR 40", ":OUTP ON"}, cvcc,
             "28.284,28.284,800.000;CC");
         row("internal resistance", {":RES 0.5", ":VOLT 12", ":CURR 5", ":OUTP ON"}, cvcc,

@@ -34,8 +34,7 @@ private Q_SLOTS:
         QString const socket = "TCPIP0::10.1.1.1::5025::SOCKET";
         QTest::newRow("known model, socket") << "M-2" << socket << true;
         QTest::newRow("unknown model") << "M-3" << socket << false;
-        QTest::newRow("malformed resource") << "M-1"
-                                            << "TCPIP0::10.1.1.1::SOCKET" << false;
+        QTest::newRow("malformed resource") << "M-1" << QString("TCPIP0::10.1.1.1::SOCKET") << false;
     }
 
     void create()

@@ -40,11 +40,8 @@ private Q_SLOTS:
         QString const inactive = sheet("#ffffff", "#404043");
         QString const yellow = sheet("#555555", "#ffe81e");
         QString const lit = sheet("#ffffff", "#353538");
-        QString const grey
-            = sheet("#ffffff", "#353538").replace(QLatin1String("#ffffff"), QLatin1String("#7f7f7f"));
         QTest::newRow("fresh") << false << true << false << inactive << lit;
         QTest::newRow("active") << true << true << false << yellow << lit;
-        QTest::newRow("rows disabled") << false << false << false << inactive << grey;
         QTest::newRow("own disabled colour")
             << true << false << true << yellow << sheet("#ff0000", "#000000");
     }
