@@ -161,7 +161,6 @@ private Q_SLOTS:
         row("current above range", {":SOUR:CURR 42.01"}, ":SOUR:CURR?", "0.000", -222);
         row("ovp state lower on", {":SOUR:VOLT:PROT:STAT on"}, ":SOUR:VOLT:PROT:STAT?", "1");
         row("boolean word", {":OUTP:STAT maybe"}, ":OUTP?", "0", -104);
-        row("output mode any case", {":OUTP:MODE vsr"}, ":OUTP:MODE?", "VSR");
         row("brightness rounded up", {":SYST:BRIG 50.6"}, ":SYST:BRIG?", "51");
         row("brightness too high", {":SYST:BRIG 101"}, ":SYST:BRIG?", "80", -222);
         row("power mode any case", {":SYST:POWER:MODE paramaster"}, ":SYST:POWER:MODE?", "PARAMaster");
