@@ -49,10 +49,14 @@ class TestProgrammerDialog : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
+        QVERIFY(m_dir.isValid());
+        // Settings in a folder of this run's, which a restarted run shares: the test-mode folder
+        // is shared by every run of the suite on the machine.
+        QString const folder = restarted() ? qEnvironmentVariable("ZELT_TEMPLATES_RESTARTED") : m_dir.path();
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, folder);
         QStandardPaths::setTestModeEnabled(true);
         QCoreApplication::setOrganizationName(QStringLiteral("zelt-tests"));
         QCoreApplication::setApplicationName(QStringLiteral("tst_programmerdialog"));
-        QVERIFY(m_dir.isValid());
     }
     void init()
     {
@@ -247,7 +251,7 @@ private Q_SLOTS:
         QSettings().sync();
         QProcess again;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("ZELT_TEMPLATES_RESTARTED"), QStringLiteral("1"));
+        environment.insert(QStringLiteral("ZELT_TEMPLATES_RESTARTED"), m_dir.path());
         again.setProcessEnvironment(environment);
         again.setProcessChannelMode(QProcess::ForwardedChannels);
         again.start(QCoreApplication::applicationFilePath(), {QStringLiteral("storedTemplatesAfterRestart")});
