@@ -43,19 +43,301 @@ private Q_SLOTS:
         m_server.stop();
     }
 
-    void upload_data();
-    void upload();
-    void refused_data();
-    void refused();
-    void lateReplyAfterClose();
-    void uploadBeforeFirstSample();
-    void runAndWatch_data();
-    void runAndWatch();
-    void runOrUploadRefused_data();
-    void runOrUploadRefused();
-    void savedFileSuffix_data();
-    void savedFileSuffix();
-    void loadRefusesLargeFile();
+    void upload_data()
+    {
+        QTest::addColumn<bool>("delayer");
+        QTest::addColumn<int>("count");
+        QTest::addColumn<int>("start");
+        QTest::addColumn<QStringList>("wire"); // empty: count the row writes only
+
+        QTest::newRow("list of three from 10")
+            << false << 3 << 10
+            << QStringLiteral(
+                   ":LISTout:STATe?|:LISTout:BASE?|:LISTout:BASE 10,3,1,OFF|:LISTout:PARAmeter? 0,1|"
+                   ":LISTout:PARAmeter 10,1,0.5,0.1|:LISTout:PARAmeter? 10,1|:LISTout:PARAmeter 11,2,0.5,0.2|"
+                   ":LISTout:PARAmeter? 11,1|:LISTout:PARAmeter 12,3,0.5,0.3|:LISTout:PARAmeter? 12,1")
+                   .split('|');
+        QTest::newRow("delayer of three from 10")
+            << true << 3 << 10
+            << QStringLiteral(
+                   ":DELAY:STATe?|:DELAY:CYCLEs?|:DELAY:ENDState?|:DELAY:STARt?|:DELAY:GROUPs?|:DELAY:STOP?|"
+                   ":DELAY:STARt 10|:DELAY:GROUPs 3|:DELAY:CYCLEs 1|:DELAY:ENDState OFF|:DELAY:STOP None|"
+                   ":DELAY:PARAmeter? 0,1|:DELAY:PARAmeter 10,OFF,0.1|:DELAY:PARAmeter? 10,1|"
+                   ":DELAY:PARAmeter 11,ON,0.2|:DELAY:PARAmeter? 11,1|:DELAY:PARAmeter 12,OFF,0.3|"
+                   ":DELAY:PARAmeter? 12,1")
+                   .split('|');
+        QTest::newRow("200 list rows upload 128") << false << 200 << 0 << QStringList();
+    }
+
+    void upload()
+    {
+        QFETCH(bool, delayer);
+        QFETCH(int, count);
+        QFETCH(int, start);
+        QFETCH(QStringList, wire);
+        DialogProgrammer* dialog = openDialog();
+        QVERIFY(dialog);
+        auto* view = dialog->findChild<QTableView*>(delayer ? "tvDelayer" : "tvList");
+        QList<QList<QVariant>> rows;
+        for (int i = 1; i <= 3; ++i) {
+            if (delayer)
+                rows.append({i % 2 == 0, i / 10.0});
+            else
+                rows.append({double(i), 0.5, i / 10.0});
+        }
+        fillRows(view, rows, count);
+        dialog->findChild<QSpinBox*>(delayer ? "spinDelayerStartNum" : "spinListStartNum")->setValue(start);
+        // Each step of the bar, beside the rows that the instrument had received by then.
+        auto* bar = dialog->findChild<QProgressBar*>();
+        QRegularExpression const rowWrite(QStringLiteral("^:(LISTout|DELAY):PARAmeter \\d"));
+        QStringList steps;
+        connect(bar, &QProgressBar::valueChanged, this, [&](int v) {
+            steps << QStringLiteral("%1/%2").arg(v).arg(m_server.receivedLines().filter(rowWrite).size());
+        });
+        m_server.clearLog();
+
+        QTest::mouseClick(dialog->findChild<QPushButton*>(delayer ? "btnDelayerUpload" : "btnListUpload"),
+                          Qt::LeftButton);
+        QVERIFY(!dialog->isEnabled());
+        QVERIFY(waitUntil([&] { return idle(dialog); }));
+
+        int const sent = std::min(count, 128);
+        // The bar shows the row in transit, from the first to the last: one ahead of the rows
+        // taken, or level with them once the row has gone out.
+        QCOMPARE(steps.mid(0, 2), (QStringList {"0/0", "1/0"}));
+        QCOMPARE(steps.last(), QStringLiteral("%1/%2").arg(sent).arg(sent - 1));
+        for (QString const& step : steps.mid(1)) {
+            int const ahead = step.section('/', 0, 0).toInt() - step.section('/', 1).toInt();
+            QVERIFY2(ahead == 0 || ahead == 1, qPrintable(steps.join(' ')));
+        }
+        QCOMPARE(bar->maximum(), sent);
+        QString const prefix = delayer ? QStringLiteral(":DELAY") : QStringLiteral(":LIST");
+        QStringList const lines = sequenceLines(m_server.receivedLines(), prefix);
+        if (!wire.isEmpty()) {
+            QCOMPARE(lines, wire);
+        } else {
+            QVERIFY(lines.contains(QStringLiteral(":LISTout:BASE 0,128,1,OFF")));
+            QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^:LISTout:PARAmeter \\d"))).size(), 128);
+            QVERIFY(lines.contains(QStringLiteral(":LISTout:PARAmeter 127,0,0,0.1")));
+        }
+    }
+
+    void refused_data()
+    {
+        QTest::addColumn<QString>("situation");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("list running") << QString("running") << QString("The list is running");
+        QTest::newRow("disconnected") << QString("disconnected") << QString();
+        QTest::newRow("empty table") << QString("empty") << QString("The list data is empty");
+    }
+
+    // Nothing of the sequence is written, and the dialog is usable again at once.
+    void refused()
+    {
+        QFETCH(QString, situation);
+        QFETCH(QString, message);
+        DialogProgrammer* dialog = openDialog();
+        if (situation != QLatin1String("empty"))
+            fillRows(dialog->findChild<QTableView*>("tvList"), {{1.0, 0.5, 0.2}}, 1);
+        if (situation == QLatin1String("running")) {
+            kvrsim::KvrListBase endless;
+            endless.cycles = 0;
+            QCOMPARE(m_server.instrument().setListBase(endless), 0);
+            QCOMPARE(m_server.instrument().setListRunning(true), 0);
+        } else if (situation == QLatin1String("disconnected")) {
+            driver()->close();
+            QVERIFY(waitUntil([this] { return !driver()->active(); }));
+        }
+        m_server.clearLog();
+
+        QTest::mouseClick(dialog->findChild<QPushButton*>("btnListUpload"), Qt::LeftButton);
+        if (situation == QLatin1String("disconnected") || situation == QLatin1String("empty"))
+            QVERIFY(idle(dialog)); // no answer awaited
+        QVERIFY(waitUntil([&] { return idle(dialog); }));
+        QCOMPARE(dialog->findChild<QStatusBar*>()->currentMessage(), message);
+        QStringList const written = sequenceLines(m_server.receivedLines(), QStringLiteral(":LIST"))
+                                        .filter(QRegularExpression(QStringLiteral("^[^?]*$")));
+        QCOMPARE(written, QStringList());
+    }
+
+    // A reply that comes after the dialog has gone finds no one to move on, and harms nothing.
+    void lateReplyAfterClose()
+    {
+        DialogProgrammer* dialog = openDialog();
+        fillRows(dialog->findChild<QTableView*>("tvList"), {}, 20);
+        int handedOut = 0;
+        connect(dialog, &DialogProgrammer::uploaderNextData, this, [&] { ++handedOut; });
+        m_server.clearLog();
+        QTest::mouseClick(dialog->findChild<QPushButton*>("btnListUpload"), Qt::LeftButton);
+        QVERIFY(waitUntil([&] { return handedOut >= 2; }));
+        QPointer<DialogProgrammer> guard(dialog);
+        dialog->reject();
+        QVERIFY(waitUntil([&] { return guard.isNull(); }));
+        int const seen = int(m_server.receivedLines().size());
+        QVERIFY(waitUntil([&] { return m_server.receivedLines().size() > seen + 60; }));
+        QCOMPARE(sequenceLines(m_server.receivedLines(), QStringLiteral(":LISTout:PARAmeter ")).size(),
+                 handedOut);
+    }
+
+    // Clicked while the first pass is still on, the upload's first question is dropped with the
+    // queue when the ring is built for the power mode; it is asked again.
+    void uploadBeforeFirstSample()
+    {
+        QVERIFY(closeWindow());
+        QVERIFY(open(kModel));
+        DialogProgrammer* dialog = openDialog();
+        fillRows(dialog->findChild<QTableView*>("tvList"), {{7.0, 0.5, 0.2}, {8.0, 0.5, 0.2}}, 2);
+        auto* upload = dialog->findChild<QPushButton*>("btnListUpload");
+        // Clicked while the instrument holds the first power-mode question, before it answers.
+        QMetaObject::Connection const clicked
+            = connect(&m_server, &kvrsim::SimServer::lineReceived, this, [upload](QString const& line) {
+                  if (line.startsWith(QLatin1String(":SYST")))
+                      upload->click();
+              });
+        QVERIFY(waitUntil([&] { return !idle(dialog); }));
+        disconnect(clicked);
+        QVERIFY(waitUntil([&] { return idle(dialog); }));
+        QCOMPARE(m_server.instrument().listRow(1).volts, 8.0);
+    }
+
+    void runAndWatch_data()
+    {
+        QTest::addColumn<bool>("stopMidway");
+        QTest::addColumn<bool>("reopened"); // run again from a dialog opened after one closed mid-run
+        QTest::newRow("to the end") << false << false;
+        QTest::newRow("stopped midway") << true << false;
+        QTest::newRow("in a dialog opened again") << false << true;
+    }
+
+    // The line under the table follows the run in order; the output follows the rows.
+    void runAndWatch()
+    {
+        QFETCH(bool, stopMidway);
+        QFETCH(bool, reopened);
+        DialogProgrammer* dialog = openDialog();
+        // Stopped midway, the list is endless: only the stop ends it, however slow the machine.
+        QVERIFY(uploadShortList(dialog, stopMidway ? 0 : 2));
+        auto* line = dialog->findChild<QLabel*>("lblListRunState");
+        kvrsim::KvrInstrument& unit = m_server.instrument();
+        QRegularExpression const progress(
+            QStringLiteral("row (\\d) of 3, cycle (\\d) of (?:2|endless), ([\\d.]+) V"));
+        QList<int> shown; // cycle * 10 + row, as the line showed them
+        QList<int> ran; // the same, as the instrument ran them
+        bool followed = true;
+        auto watch = [&] {
+            QRegularExpressionMatch const m = progress.match(line->text());
+            int const at = m.hasMatch() ? m.captured(2).toInt() * 10 + m.captured(1).toInt() : 0;
+            if (at && (shown.isEmpty() || shown.last() != at))
+                shown << at;
+            // Row n of the list is set to n volts.
+            followed = followed && (!at || m.captured(3).toDouble() == m.captured(1).toDouble());
+            unit.advance();
+            kvrsim::KvrSequenceRun const& run = unit.listRun();
+            if (run.running) {
+                int const here = run.cycle * 10 + run.row + 1;
+                if (ran.isEmpty() || ran.last() != here)
+                    ran << here;
+                followed
+                    = followed && unit.settings().voltage == unit.listRow(run.row).volts && unit.outputOn();
+            }
+        };
+        m_server.clearLog();
+        QTest::mouseClick(dialog->findChild<QPushButton*>("btnListRun"), Qt::LeftButton);
+        if (reopened) {
+            QVERIFY(waitUntil([&] { return line->text().startsWith(QLatin1String("Running")); }));
+            QPointer<DialogProgrammer> closed(dialog);
+            dialog->reject();
+            QVERIFY(waitUntil([&] { return closed.isNull() && !unit.listRun().running; }));
+            dialog = openDialog();
+            line = dialog->findChild<QLabel*>("lblListRunState");
+            QTest::mouseClick(dialog->findChild<QPushButton*>("btnListRun"), Qt::LeftButton);
+        }
+        if (stopMidway) {
+            QVERIFY(waitUntil([&] { return watch(), ran.size() >= 3 && shown.size() >= 2; }));
+            QTest::mouseClick(dialog->findChild<QPushButton*>("btnListStop"), Qt::LeftButton);
+        }
+        QVERIFY(waitUntil([&] { return watch(), line->text() == (stopMidway ? "Stopped" : "Finished"); }));
+        QVERIFY(followed);
+        QVERIFY(std::is_sorted(shown.cbegin(), shown.cend()));
+        QVERIFY(shown.size() >= 2);
+        if (stopMidway) {
+            QVERIFY(!unit.listRun().running);
+            QVERIFY(m_server.receivedLines().contains(QStringLiteral(":LISTout:STATe OFF")));
+        } else {
+            // Sampled on this thread's loop, which a loaded machine may hold up past a row or
+            // two: the rows seen come in order, and the instrument counts both cycles.
+            QVERIFY(std::is_sorted(ran.cbegin(), ran.cend()));
+            QCOMPARE(unit.listRun().cyclesDone, 2);
+            QVERIFY(!unit.outputOn()); // the end state OFF
+        }
+    }
+
+    // The dialog stands disabled; a click that still got through is refused all the same, and
+    // nothing of the run goes on the wire.
+    void runRefusedDuringUpload()
+    {
+        DialogProgrammer* dialog = openDialog();
+        fillRows(dialog->findChild<QTableView*>("tvList"), {}, 40);
+        m_server.clearLog();
+        QTest::mouseClick(dialog->findChild<QPushButton*>("btnListUpload"), Qt::LeftButton);
+        QVERIFY(!idle(dialog));
+        Q_EMIT dialog->findChild<QPushButton*>("btnListRun")->clicked();
+        QCOMPARE(dialog->findChild<QStatusBar*>()->currentMessage(),
+                 QStringLiteral("Wait until the upload has finished"));
+        QVERIFY(waitUntil([&] { return idle(dialog); }));
+        QVERIFY(!m_server.receivedLines().contains(QStringLiteral(":LISTout:STATe ON")));
+        QVERIFY(!m_server.instrument().listRun().running);
+    }
+
+    void savedFileSuffix_data()
+    {
+        QTest::addColumn<QString>("button"); // of the dialog; empty: the window's Export
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("saved");
+        auto const row = [](char const* name, char const* button, char const* typed, char const* saved) {
+            QTest::newRow(name) << QString(button) << QString(typed) << QString(saved);
+        };
+        row("list", "btnListSave", "sine1", "sine1.lst.csv");
+        row("delayer", "btnDelayerSave", "pulse1", "pulse1.dly.csv");
+        row("export", "", "export1", "export1.csv");
+        row("a suffix typed stays", "btnListSave", "mine.csv", "mine.csv");
+    }
+
+    // A name typed without a suffix gets the filter's, so that the load dialog lists the file.
+    void savedFileSuffix()
+    {
+        QFETCH(QString, button);
+        QFETCH(QString, typed);
+        QFETCH(QString, saved);
+        QTemporaryDir dir;
+        QVERIFY(dir.isValid());
+        DialogScript script({dir.filePath(typed), int(QMessageBox::No)});
+        if (button.isEmpty()) {
+            child<QAction>("actionExport")->trigger();
+        } else {
+            DialogProgrammer* dialog = openDialog();
+            bool const list = button.contains(QLatin1String("List"));
+            fillRows(dialog->findChild<QTableView*>(list ? "tvList" : "tvDelayer"), {}, 2);
+            QTest::mouseClick(dialog->findChild<QPushButton*>(button), Qt::LeftButton);
+        }
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList {saved});
+    }
+
+    // A file far beyond any sequence is refused with a word before anything of it is read.
+    void loadRefusesLargeFile()
+    {
+        QTemporaryDir dir;
+        QFile file(dir.filePath(QStringLiteral("blank.csv")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(file.write(QByteArray(2 * zelt::util::character::Character::kCsvMostBytes, '\n')) > 0);
+        file.close();
+        DialogProgrammer* dialog = openDialog();
+        DialogScript script({file.fileName()});
+        QTest::mouseClick(dialog->findChild<QPushButton*>("btnListLoad"), Qt::LeftButton);
+        QCOMPARE(dialog->findChild<QStatusBar*>()->currentMessage(),
+                 QStringLiteral("The file is too large for a sequence"));
+        QCOMPARE(dialog->findChild<QTableView*>("tvList")->model()->rowCount(), 0);
+    }
 
 private:
     DialogProgrammer* openDialog()
@@ -88,332 +370,6 @@ private:
             && m_server.instrument().listRow(2).volts == 3.0;
     }
 };
-
-void TestProgrammerUpload::upload_data()
-{
-    QTest::addColumn<bool>("delayer");
-    QTest::addColumn<int>("count");
-    QTest::addColumn<int>("start");
-    QTest::addColumn<QStringList>("wire"); // empty: count the row writes only
-
-    QTest::newRow("list of three from 10")
-        << false << 3 << 10
-        << QStringLiteral(
-               ":LISTout:STATe?|:LISTout:BASE?|:LISTout:BASE 10,3,1,OFF|:LISTout:PARAmeter? 0,1|"
-               ":LISTout:PARAmeter 10,1,0.5,0.1|:LISTout:PARAmeter? 10,1|:LISTout:PARAmeter 11,2,0.5,0.2|"
-               ":LISTout:PARAmeter? 11,1|:LISTout:PARAmeter 12,3,0.5,0.3|:LISTout:PARAmeter? 12,1")
-               .split('|');
-    QTest::newRow("delayer of three from 10")
-        << true << 3 << 10
-        << QStringLiteral(
-               ":DELAY:STATe?|:DELAY:CYCLEs?|:DELAY:ENDState?|:DELAY:STARt?|:DELAY:GROUPs?|:DELAY:STOP?|"
-               ":DELAY:STARt 10|:DELAY:GROUPs 3|:DELAY:CYCLEs 1|:DELAY:ENDState OFF|:DELAY:STOP None|"
-               ":DELAY:PARAmeter? 0,1|:DELAY:PARAmeter 10,OFF,0.1|:DELAY:PARAmeter? 10,1|"
-               ":DELAY:PARAmeter 11,ON,0.2|:DELAY:PARAmeter? 11,1|:DELAY:PARAmeter 12,OFF,0.3|"
-               ":DELAY:PARAmeter? 12,1")
-               .split('|');
-    QTest::newRow("200 list rows upload 128") << false << 200 << 0 << QStringList();
-}
-
-void TestProgrammerUpload::upload()
-{
-    QFETCH(bool, delayer);
-    QFETCH(int, count);
-    QFETCH(int, start);
-    QFETCH(QStringList, wire);
-    DialogProgrammer* dialog = openDialog();
-    QVERIFY(dialog);
-    auto* view = dialog->findChild<QTableView*>(delayer ? "tvDelayer" : "tvList");
-    QList<QList<QVariant>> rows;
-    for (int i = 1; i <= 3; ++i) {
-        if (delayer)
-            rows.append({i % 2 == 0, i / 10.0});
-        else
-            rows.append({double(i), 0.5, i / 10.0});
-    }
-    fillRows(view, rows, count);
-    dialog->findChild<QSpinBox*>(delayer ? "spinDelayerStartNum" : "spinListStartNum")->setValue(start);
-    auto* bar = dialog->findChild<QProgressBar*>();
-    int barMost = 0;
-    connect(bar, &QProgressBar::valueChanged, this, [&](int v) { barMost = std::max(barMost, v); });
-    m_server.clearLog();
-
-    QTest::mouseClick(dialog->findChild<QPushButton*>(delayer ? "btnDelayerUpload" : "btnListUpload"),
-                      Qt::LeftButton);
-    QVERIFY(!dialog->isEnabled());
-    QVERIFY(waitUntil([&] { return idle(dialog); }));
-
-    int const sent = std::min(count, 128);
-    QCOMPARE(barMost, sent);
-    QCOMPARE(bar->maximum(), sent);
-    QString const prefix = delayer ? QStringLiteral(":DELAY") : QStringLiteral(":LIST");
-    QStringList const lines = sequenceLines(m_server.receivedLines(), prefix);
-    if (!wire.isEmpty()) {
-        QCOMPARE(lines, wire);
-    } else {
-        QVERIFY(lines.contains(QStringLiteral(":LISTout:BASE 0,128,1,OFF")));
-        QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^:LISTout:PARAmeter \\d"))).size(), 128);
-        QVERIFY(lines.contains(QStringLiteral(":LISTout:PARAmeter 127,0,0,0.1")));
-    }
-
-    kvrsim::KvrInstrument& unit = m_server.instrument();
-    for (int i = 0; i < std::min(count, 3); ++i) {
-        if (delayer) {
-            QCOMPARE(unit.delayerRow(start + i).on, i % 2 == 1);
-            QCOMPARE(unit.delayerRow(start + i).seconds, (i + 1) / 10.0);
-        } else {
-            QCOMPARE(unit.listRow(start + i).volts, double(i + 1));
-            QCOMPARE(unit.listRow(start + i).amps, 0.5);
-            QCOMPARE(unit.listRow(start + i).seconds, (i + 1) / 10.0);
-        }
-    }
-    if (delayer)
-        QCOMPARE(unit.delayerBase().stopRule, QStringLiteral("None"));
-    else
-        QCOMPARE(unit.listBase().count, sent);
-}
-
-void TestProgrammerUpload::refused_data()
-{
-    QTest::addColumn<QString>("situation");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("list running") << "running"
-                                  << "The list is running";
-    QTest::newRow("disconnected") << "disconnected" << QString();
-    QTest::newRow("empty table") << "empty"
-                                 << "The list data is empty";
-}
-
-// Nothing of the sequence is written, and the dialog is usable again at once.
-void TestProgrammerUpload::refused()
-{
-    QFETCH(QString, situation);
-    QFETCH(QString, message);
-    DialogProgrammer* dialog = openDialog();
-    if (situation != QLatin1String("empty"))
-        fillRows(dialog->findChild<QTableView*>("tvList"), {{1.0, 0.5, 0.2}}, 1);
-    if (situation == QLatin1String("running")) {
-        kvrsim::KvrListBase endless;
-        endless.cycles = 0;
-        QCOMPARE(m_server.instrument().setListBase(endless), 0);
-        QCOMPARE(m_server.instrument().setListRunning(true), 0);
-    } else if (situation == QLatin1String("disconnected")) {
-        driver()->close();
-        QVERIFY(waitUntil([this] { return !driver()->active(); }));
-    }
-    m_server.clearLog();
-
-    QTest::mouseClick(dialog->findChild<QPushButton*>("btnListUpload"), Qt::LeftButton);
-    if (situation == QLatin1String("disconnected") || situation == QLatin1String("empty"))
-        QVERIFY(idle(dialog)); // no answer awaited
-    QVERIFY(waitUntil([&] { return idle(dialog); }));
-    QCOMPARE(dialog->findChild<QStatusBar*>()->currentMessage(), message);
-    QStringList const written = sequenceLines(m_server.receivedLines(), QStringLiteral(":LIST"))
-                                    .filter(QRegularExpression(QStringLiteral("^[^?]*$")));
-    QCOMPARE(written, QStringList());
-}
-
-// A reply that comes after the dialog has gone finds no one to move on, and harms nothing.
-void TestProgrammerUpload::lateReplyAfterClose()
-{
-    DialogProgrammer* dialog = openDialog();
-    fillRows(dialog->findChild<QTableView*>("tvList"), {}, 20);
-    int handedOut = 0;
-    connect(dialog, &DialogProgrammer::uploaderNextData, this, [&] { ++handedOut; });
-    m_server.clearLog();
-    QTest::mouseClick(dialog->findChild<QPushButton*>("btnListUpload"), Qt::LeftButton);
-    QVERIFY(waitUntil([&] { return handedOut >= 2; }));
-    QPointer<DialogProgrammer> guard(dialog);
-    dialog->reject();
-    QVERIFY(waitUntil([&] { return guard.isNull(); }));
-    int const seen = int(m_server.receivedLines().size());
-    QVERIFY(waitUntil([&] { return m_server.receivedLines().size() > seen + 60; }));
-    QCOMPARE(sequenceLines(m_server.receivedLines(), QStringLiteral(":LISTout:PARAmeter ")).size(),
-             handedOut);
-}
-
-// Clicked while the first pass is still on, the upload's first question is dropped with the
-// queue when the ring is built for the power mode; it is asked again.
-void TestProgrammerUpload::uploadBeforeFirstSample()
-{
-    QVERIFY(closeWindow());
-    QVERIFY(open(kModel));
-    DialogProgrammer* dialog = openDialog();
-    fillRows(dialog->findChild<QTableView*>("tvList"), {{7.0, 0.5, 0.2}, {8.0, 0.5, 0.2}}, 2);
-    auto* upload = dialog->findChild<QPushButton*>("btnListUpload");
-    // Clicked while the instrument holds the first power-mode question, before it answers.
-    QMetaObject::Connection const clicked
-        = connect(&m_server, &kvrsim::SimServer::lineReceived, this, [upload](QString const& line) {
-              if (line.startsWith(QLatin1String(":SYST")))
-                  upload->click();
-          });
-    QVERIFY(waitUntil([&] { return !idle(dialog); }));
-    disconnect(clicked);
-    QVERIFY(waitUntil([&] { return idle(dialog); }));
-    QCOMPARE(m_server.instrument().listRow(1).volts, 8.0);
-}
-
-void TestProgrammerUpload::runAndWatch_data()
-{
-    QTest::addColumn<bool>("stopMidway");
-    QTest::addColumn<bool>("reopened"); // run again from a dialog opened after one closed mid-run
-    QTest::newRow("to the end") << false << false;
-    QTest::newRow("stopped midway") << true << false;
-    QTest::newRow("in a dialog opened again") << false << true;
-}
-
-// The line under the table follows the run in order; the output follows the rows.
-void TestProgrammerUpload::runAndWatch()
-{
-    QFETCH(bool, stopMidway);
-    QFETCH(bool, reopened);
-    DialogProgrammer* dialog = openDialog();
-    QVERIFY(uploadShortList(dialog, 2));
-    auto* line = dialog->findChild<QLabel*>("lblListRunState");
-    kvrsim::KvrInstrument& unit = m_server.instrument();
-    QRegularExpression const progress(QStringLiteral("row (\\d) of 3, cycle (\\d) of 2, ([\\d.]+) V"));
-    QList<int> shown; // cycle * 10 + row, as the line showed them
-    QList<int> ran; // the same, as the instrument ran them
-    bool followed = true;
-    auto watch = [&] {
-        QRegularExpressionMatch const m = progress.match(line->text());
-        int const at = m.hasMatch() ? m.captured(2).toInt() * 10 + m.captured(1).toInt() : 0;
-        if (at && (shown.isEmpty() || shown.last() != at))
-            shown << at;
-        // Row n of the list is set to n volts.
-        followed = followed && (!at || m.captured(3).toDouble() == m.captured(1).toDouble());
-        unit.advance();
-        kvrsim::KvrSequenceRun const& run = unit.listRun();
-        if (run.running) {
-            int const here = run.cycle * 10 + run.row + 1;
-            if (ran.isEmpty() || ran.last() != here)
-                ran << here;
-            followed = followed && unit.settings().voltage == unit.listRow(run.row).volts && unit.outputOn();
-        }
-    };
-    m_server.clearLog();
-    QTest::mouseClick(dialog->findChild<QPushButton*>("btnListRun"), Qt::LeftButton);
-    if (reopened) {
-        QVERIFY(waitUntil([&] { return line->text().startsWith(QLatin1String("Running")); }));
-        QPointer<DialogProgrammer> closed(dialog);
-        dialog->reject();
-        QVERIFY(waitUntil([&] { return closed.isNull() && !unit.listRun().running; }));
-        dialog = openDialog();
-        line = dialog->findChild<QLabel*>("lblListRunState");
-        QTest::mouseClick(dialog->findChild<QPushButton*>("btnListRun"), Qt::LeftButton);
-    }
-    if (stopMidway) {
-        QVERIFY(waitUntil([&] { return watch(), ran.size() >= 3 && shown.size() >= 2; }));
-        QTest::mouseClick(dialog->findChild<QPushButton*>("btnListStop"), Qt::LeftButton);
-    }
-    QVERIFY(waitUntil([&] { return watch(), line->text() == (stopMidway ? "Stopped" : "Finished"); }));
-    QVERIFY(followed);
-    QVERIFY(std::is_sorted(shown.cbegin(), shown.cend()));
-    QVERIFY(shown.size() >= 2);
-    if (stopMidway) {
-        QVERIFY(!unit.listRun().running);
-        QVERIFY(ran.size() < 6);
-        QVERIFY(m_server.receivedLines().contains(QStringLiteral(":LISTout:STATe OFF")));
-    } else {
-        // Sampled on this thread's loop, which a loaded machine may hold up past a row.
-        QVERIFY(std::is_sorted(ran.cbegin(), ran.cend()));
-        QCOMPARE(ran.first(), 11);
-        QCOMPARE(ran.last(), 23);
-        QVERIFY(!unit.outputOn()); // the end state OFF
-    }
-}
-
-void TestProgrammerUpload::runOrUploadRefused_data()
-{
-    QTest::addColumn<bool>("runDuringUpload");
-    QTest::newRow("run during an upload") << true;
-    QTest::newRow("upload during a run") << false;
-}
-
-// Neither starts on the other: a message, and nothing of it on the wire.
-void TestProgrammerUpload::runOrUploadRefused()
-{
-    QFETCH(bool, runDuringUpload);
-    DialogProgrammer* dialog = openDialog();
-    auto* status = dialog->findChild<QStatusBar*>();
-    m_server.clearLog();
-    if (runDuringUpload) {
-        fillRows(dialog->findChild<QTableView*>("tvList"), {}, 40);
-        QTest::mouseClick(dialog->findChild<QPushButton*>("btnListUpload"), Qt::LeftButton);
-        QVERIFY(!idle(dialog));
-        // The dialog stands disabled; a click that still got through is refused all the same.
-        Q_EMIT dialog->findChild<QPushButton*>("btnListRun")->clicked();
-        QCOMPARE(status->currentMessage(), QStringLiteral("Wait until the upload has finished"));
-        QVERIFY(waitUntil([&] { return idle(dialog); }));
-        QVERIFY(!m_server.receivedLines().contains(QStringLiteral(":LISTout:STATe ON")));
-        QVERIFY(!m_server.instrument().listRun().running);
-        return;
-    }
-    QVERIFY(uploadShortList(dialog, 0));
-    QTest::mouseClick(dialog->findChild<QPushButton*>("btnListRun"), Qt::LeftButton);
-    QVERIFY(waitUntil(
-        [&] { return dialog->findChild<QLabel*>("lblListRunState")->text().startsWith("Running"); }));
-    m_server.clearLog();
-    QTest::mouseClick(dialog->findChild<QPushButton*>("btnListUpload"), Qt::LeftButton);
-    QVERIFY(idle(dialog)); // no question asked
-    QCOMPARE(status->currentMessage(), QStringLiteral("The list is running"));
-    QCOMPARE(settingLines().filter(QStringLiteral(":LIST")), QStringList());
-}
-
-void TestProgrammerUpload::savedFileSuffix_data()
-{
-    QTest::addColumn<QString>("button"); // of the dialog; empty: the window's Export
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("saved");
-    QTest::newRow("list") << "btnListSave"
-                          << "sine1"
-                          << "sine1.lst.csv";
-    QTest::newRow("delayer") << "btnDelayerSave"
-                             << "pulse1"
-                             << "pulse1.dly.csv";
-    QTest::newRow("export") << ""
-                            << "export1"
-                            << "export1.csv";
-    QTest::newRow("a suffix typed stays") << "btnListSave"
-                                          << "mine.csv"
-                                          << "mine.csv";
-}
-
-// A name typed without a suffix gets the filter's, so that the load dialog lists the file.
-void TestProgrammerUpload::savedFileSuffix()
-{
-    QFETCH(QString, button);
-    QFETCH(QString, typed);
-    QFETCH(QString, saved);
-    QTemporaryDir dir;
-    QVERIFY(dir.isValid());
-    DialogScript script({dir.filePath(typed), int(QMessageBox::No)});
-    if (button.isEmpty()) {
-        child<QAction>("actionExport")->trigger();
-    } else {
-        DialogProgrammer* dialog = openDialog();
-        bool const list = button.contains(QLatin1String("List"));
-        fillRows(dialog->findChild<QTableView*>(list ? "tvList" : "tvDelayer"), {}, 2);
-        QTest::mouseClick(dialog->findChild<QPushButton*>(button), Qt::LeftButton);
-    }
-    QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList {saved});
-}
-
-// A file far beyond any sequence is refused with a word before anything of it is read.
-void TestProgrammerUpload::loadRefusesLargeFile()
-{
-    QTemporaryDir dir;
-    QFile file(dir.filePath(QStringLiteral("blank.csv")));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(file.write(QByteArray(2 * zelt::util::character::Character::kCsvMostBytes, '\n')) > 0);
-    file.close();
-    DialogProgrammer* dialog = openDialog();
-    DialogScript script({file.fileName()});
-    QTest::mouseClick(dialog->findChild<QPushButton*>("btnListLoad"), Qt::LeftButton);
-    QCOMPARE(dialog->findChild<QStatusBar*>()->currentMessage(),
-             QStringLiteral("The file is too large for a sequence"));
-    QCOMPARE(dialog->findChild<QTableView*>("tvList")->model()->rowCount(), 0);
-}
 
 QTEST_MAIN(TestProgrammerUpload)
 #include "tst_programmerupload.moc"

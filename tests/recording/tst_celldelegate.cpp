@@ -9,54 +9,50 @@
 
 #include <functional>
 
+using Change = std::function<void(QTableView&)>;
+
 class TestCellDelegate : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void copiesLookAsDrawn_data();
-    void copiesLookAsDrawn();
+    void copiesLookAsDrawn_data()
+    {
+        QTest::addColumn<Change>("change");
+        QTest::newRow("nothing") << Change([](QTableView&) {});
+        QTest::newRow("another text") << Change([](QTableView& view) {
+            view.model()->setData(view.model()->index(1, 1), QStringLiteral("12.3456"));
+        });
+        QTest::newRow("a row selected") << Change([](QTableView& view) { view.selectRow(2); });
+        QTest::newRow("scrolled to the bottom") << Change([](QTableView& view) { view.scrollToBottom(); });
+        QTest::newRow("narrower") << Change([](QTableView& view) { view.resize(300, 200); });
+    }
+
+    void copiesLookAsDrawn()
+    {
+        QFETCH(Change, change);
+        QStandardItemModel model(40, 4);
+        for (int row = 0; row < model.rowCount(); ++row) {
+            for (int column = 0; column < model.columnCount(); ++column)
+                model.setData(model.index(row, column), QStringLiteral("%1.%2").arg(row % 7).arg(column));
+        }
+        QTableView cached;
+        QTableView plain;
+        cached.setItemDelegate(new CellCacheDelegate(&cached));
+        for (QTableView* view : {&cached, &plain}) {
+            view->setModel(&model);
+            view->setSelectionBehavior(QAbstractItemView::SelectRows);
+            view->resize(400, 300);
+            view->show();
+        }
+        QVERIFY(QTest::qWaitForWindowExposed(&cached));
+        QVERIFY(QTest::qWaitForWindowExposed(&plain));
+        // Drawn once, so that the change meets a filled cache.
+        cached.grab();
+        change(cached);
+        change(plain);
+        QCOMPARE(cached.grab().toImage(), plain.grab().toImage());
+    }
 };
-
-void TestCellDelegate::copiesLookAsDrawn_data()
-{
-    QTest::addColumn<std::function<void(QTableView&)>>("change");
-    QTest::newRow("nothing") << std::function<void(QTableView&)>([](QTableView&) {});
-    QTest::newRow("another text") << std::function<void(QTableView&)>([](QTableView& view) {
-        view.model()->setData(view.model()->index(1, 1), QStringLiteral("12.3456"));
-    });
-    QTest::newRow("a row selected") << std::function<void(QTableView&)>(
-        [](QTableView& view) { view.selectRow(2); });
-    QTest::newRow("scrolled to the bottom")
-        << std::function<void(QTableView&)>([](QTableView& view) { view.scrollToBottom(); });
-    QTest::newRow("narrower") << std::function<void(QTableView&)>(
-        [](QTableView& view) { view.resize(300, 200); });
-}
-
-void TestCellDelegate::copiesLookAsDrawn()
-{
-    QFETCH(std::function<void(QTableView&)>, change);
-    QStandardItemModel model(40, 4);
-    for (int row = 0; row < model.rowCount(); ++row) {
-        for (int column = 0; column < model.columnCount(); ++column)
-            model.setData(model.index(row, column), QStringLiteral("%1.%2").arg(row % 7).arg(column));
-    }
-    QTableView cached;
-    QTableView plain;
-    cached.setItemDelegate(new CellCacheDelegate(&cached));
-    for (QTableView* view : {&cached, &plain}) {
-        view->setModel(&model);
-        view->setSelectionBehavior(QAbstractItemView::SelectRows);
-        view->resize(400, 300);
-        view->show();
-    }
-    QVERIFY(QTest::qWaitForWindowExposed(&cached));
-    QVERIFY(QTest::qWaitForWindowExposed(&plain));
-    // Drawn once, so that the change meets a filled cache.
-    cached.grab();
-    change(cached);
-    change(plain);
-    QCOMPARE(cached.grab().toImage(), plain.grab().toImage());
-}
 
 QTEST_MAIN(TestCellDelegate)
 #include "tst_celldelegate.moc"

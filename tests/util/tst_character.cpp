@@ -60,75 +60,47 @@ class TestCharacter : public QObject
 private Q_SLOTS:
     void initTestCase() { QVERIFY(m_dir.isValid()); }
 
-    void simplify_data()
+    // The helpers that read the instrument's words: which one, its text (and second argument),
+    // and what it gives.
+    void words_data()
     {
+        QTest::addColumn<QString>("helper");
         QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("both");
-        QTest::addColumn<QString>("end");
-        auto row = [](char const* text, char const* both, char const* end) {
-            QTest::newRow(text) << QString(text) << QString(both) << QString(end);
+        QTest::addColumn<QString>("argument");
+        QTest::addColumn<QString>("result");
+        auto row = [](char const* name, char const* helper, char const* text, char const* result,
+                      char const* argument = "") {
+            QTest::newRow(name) << QString(helper) << QString(text) << QString(argument) << QString(result);
         };
-        row("12.000\r\n", "12.000", "12.000");
-        row("  ON \t", "ON", "  ON");
-        row(" 1, 2 \n", "1, 2", " 1, 2");
-        row(" \r\n ", "", "");
-        row("CV", "CV", "CV");
+        row("simplify CR LF", "simplify", "12.000\r\n", "12.000");
+        row("simplify blanks", "simplify", "  ON \t", "ON");
+        row("simplify keeps inner blanks", "simplify", " 1, 2 \n", "1, 2");
+        row("simplify blanks only", "simplify", " \r\n ", "");
+        row("end keeps the front", "end", "  ON \t", "  ON");
+        row("end of blanks only", "end", " \r\n ", "");
+        row("start, case differs", "start", "voltage(V)", "true", "Voltage");
+        row("start longer than text", "start", "Volt", "false", "Voltage");
+        row("start inside, not at start", "start", "P/S Voltage", "false", "voltage");
+        row("start empty", "start", "Power", "true", "");
+        row("bool 1", "bool", "1", "true");
+        row("bool on with blanks", "bool", " on ", "true");
+        row("bool True", "bool", "True", "true");
+        row("bool off", "bool", "off", "false");
+        row("bool 10", "bool", "10", "false");
+        row("bool ONE", "bool", "ONE", "false");
     }
 
-    void simplify()
+    void words()
     {
+        QFETCH(QString, helper);
         QFETCH(QString, text);
-        QFETCH(QString, both);
-        QFETCH(QString, end);
-        QCOMPARE(Character::simplifyString(text), both);
-        QCOMPARE(Character::simplifyEnd(text), end);
-    }
-
-    void isStart_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("start");
-        QTest::addColumn<bool>("expected");
-        auto row = [](char const* name, char const* text, char const* start, bool expected) {
-            QTest::newRow(name) << QString(text) << QString(start) << expected;
-        };
-        row("case differs", "voltage(V)", "Voltage", true);
-        row("start longer than text", "Volt", "Voltage", false);
-        row("inside, not at start", "P/S Voltage", "voltage", false);
-        row("empty start", "Power", "", true);
-    }
-
-    void isStart()
-    {
-        QFETCH(QString, text);
-        QFETCH(QString, start);
-        QFETCH(bool, expected);
-        QCOMPARE(Character::isStart(text, start), expected);
-    }
-
-    void strToBool_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("expected");
-        for (char const* word : {"1", " on ", "True"})
-            QTest::newRow(word) << QString(word) << true;
-        for (char const* word : {"off", "10", "ONE"})
-            QTest::newRow(word) << QString(word) << false;
-    }
-
-    void strToBool()
-    {
-        QFETCH(QString, text);
-        QFETCH(bool, expected);
-        QCOMPARE(Character::strToBool(text), expected);
-    }
-
-    void boolToStr()
-    {
-        QCOMPARE(Character::boolToStr(true, true) + Character::boolToStr(false, true),
-                 QStringLiteral("ONOFF"));
-        QCOMPARE(Character::boolToStr(true, false) + Character::boolToStr(false, false),
-                 QStringLiteral("10"));
+        QFETCH(QString, argument);
+        QFETCH(QString, result);
+        QString const got = helper == u"simplify" ? Character::simplifyString(text)
+            : helper == u"end"                    ? Character::simplifyEnd(text)
+            : helper == u"start"                  ? QVariant(Character::isStart(text, argument)).toString()
+                                                  : QVariant(Character::strToBool(text)).toString();
+        QCOMPARE(got, result);
     }
 
     void csvLoad_data()
@@ -146,7 +118,6 @@ private Q_SLOTS:
         row("empty file", "", {});
         row("UTF-8 after a byte order mark", "\xEF\xBB\xBFR(\xCE\xA9),\xC2\xB5s\n",
             {QString::fromUtf8("R(Ω),µs")});
-        row("a byte order mark alone", "\xEF\xBB\xBF", {});
         row("no file", QByteArray(), {});
         row("only the lines asked for", "a\nb\nc\n", {"a", "b"}, 2);
         row("blank lines up to the size", QByteArray(Character::kCsvMostBytes, '\n'), {"", "", ""}, 3);

@@ -1,9 +1,7 @@
-#include "util/commandhandler.h"
 #include "util/statemonitor.h"
 
 #include <QTest>
 
-using zelt::util::gadget::CommandHandler;
 using zelt::util::gadget::StateMonitor;
 
 class TestGadget : public QObject
@@ -42,36 +40,6 @@ private Q_SLOTS:
         // From then on the caller may refresh, and the function is not run again.
         QVERIFY(monitor.out(count));
         QCOMPARE(calls, rounds > 0 ? 1 : 0);
-    }
-
-    void dispatch_data()
-    {
-        QTest::addColumn<QString>("word");
-        QTest::addColumn<bool>("result");
-        QTest::addColumn<QString>("called"); // what the handler was given
-        QTest::newRow("handler says true") << "MEAS:ALL?" << true << "MEAS:ALL?|12.0";
-        QTest::newRow("handler says false") << "SOUR:VOLT?" << false << "SOUR:VOLT?|12.0";
-        QTest::newRow("unknown key") << "SOUR:CURR?" << false << "";
-        QTest::newRow("case matters") << "meas:all?" << false << "";
-    }
-
-    void dispatch()
-    {
-        QFETCH(QString, word);
-        QFETCH(bool, result);
-        QFETCH(QString, called);
-        QString log;
-        auto const handler = [&log](bool answer) {
-            return [&log, answer](QString const& w, QString const& r) {
-                log = w + '|' + r;
-                return answer;
-            };
-        };
-        CommandHandler handlers;
-        handlers.add(QStringLiteral("MEAS:ALL?"), handler(true));
-        handlers.add(QStringLiteral("SOUR:VOLT?"), handler(false));
-        QCOMPARE(handlers.run(word, QStringLiteral("12.0")), result);
-        QCOMPARE(log, called);
     }
 };
 

@@ -26,38 +26,34 @@ class TestEquipmentWindow : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void create_data();
-    void create();
+    void create_data()
+    {
+        QTest::addColumn<QString>("model");
+        QTest::addColumn<QString>("resource");
+        QTest::addColumn<bool>("made");
+        QString const socket = "TCPIP0::10.1.1.1::5025::SOCKET";
+        QTest::newRow("known model, socket") << "M-2" << socket << true;
+        QTest::newRow("unknown model") << "M-3" << socket << false;
+        QTest::newRow("malformed resource") << "M-1" << QString("TCPIP0::10.1.1.1::SOCKET") << false;
+    }
+
+    void create()
+    {
+        QFETCH(QString, model);
+        QFETCH(QString, resource);
+        QFETCH(bool, made);
+        Family family;
+        std::unique_ptr<EquipmentWindow> window(family.create(model, resource));
+        QCOMPARE(bool(window), made);
+        QCOMPARE(bool(family.last), made);
+        if (!made)
+            return;
+        QCOMPARE(window->equipment(), family.last);
+        QCOMPARE(
+            (QStringList {family.last->name, family.last->model, family.last->family, family.last->resource}),
+            (QStringList {model, model, "Fam", resource}));
+    }
 };
-
-void TestEquipmentWindow::create_data()
-{
-    QTest::addColumn<QString>("model");
-    QTest::addColumn<QString>("resource");
-    QTest::addColumn<bool>("made");
-    QString const socket = "TCPIP0::10.1.1.1::5025::SOCKET";
-    QTest::newRow("known model, socket") << "M-2" << socket << true;
-    QTest::newRow("unknown model") << "M-3" << socket << false;
-    QTest::newRow("malformed resource") << "M-1"
-                                        << "TCPIP0::10.1.1.1::SOCKET" << false;
-}
-
-void TestEquipmentWindow::create()
-{
-    QFETCH(QString, model);
-    QFETCH(QString, resource);
-    QFETCH(bool, made);
-    Family family;
-    std::unique_ptr<EquipmentWindow> window(family.create(model, resource));
-    QCOMPARE(bool(window), made);
-    QCOMPARE(bool(family.last), made);
-    if (!made)
-        return;
-    QCOMPARE(window->equipment(), family.last);
-    QCOMPARE(
-        (QStringList {family.last->name, family.last->model, family.last->family, family.last->resource}),
-        (QStringList {model, model, "Fam", resource}));
-}
 
 QTEST_MAIN(TestEquipmentWindow)
 #include "tst_equipmentwindow.moc"

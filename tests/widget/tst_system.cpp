@@ -46,9 +46,7 @@ private Q_SLOTS:
         QTest::newRow("existing file") << "export.csv" << true << true << QString();
         QTest::newRow("no program for the type")
             << "export.csv" << false << false << "No program is registered to open files of type \"csv\"";
-        QTest::newRow("empty") << QString() << true << false << QString();
         QTest::newRow("missing") << "no-such-folder/no-such-file.png" << true << false << "not found";
-        QTest::newRow("folder") << "." << true << false << "not found";
     }
 
     void openFile()

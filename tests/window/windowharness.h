@@ -16,9 +16,12 @@
 #include <functional>
 #include <memory>
 
-// Settings of the suite's own: suites running side by side share the test-mode folder.
+// Settings of the suite's own, in a folder of this run's: the test-mode folder is shared by
+// every suite and every run of it on the machine, side by side.
 inline void isolateSettings(QString const& suite)
 {
+    static QTemporaryDir const folder;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, folder.path());
     QStandardPaths::setTestModeEnabled(true);
     QCoreApplication::setOrganizationName(QStringLiteral("zelt-tests"));
     QCoreApplication::setApplicationName(suite);
