@@ -2,6 +2,8 @@
 // tables, and a host killed while polling leaves an interrupted session holding every row
 // up to the last commit.
 
+#include "tests/common/dialogscript.h"
+#include "tests/common/files.h"
 #include "tests/store/storetarget.h"
 
 #include "host/sessions/sessionbrowser.h"
@@ -73,9 +75,7 @@ private Q_SLOTS:
         QVERIFY(reader.timeSpan(sessions.first().id, &first, &last));
         QString const exported = m_dir.filePath(QStringLiteral("browser.csv"));
         QVERIFY(reader.exportCsv(sessions.first().id, exported, first, last));
-        QFile file(exported);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(),
+        QCOMPARE(readFile(exported),
                  Table(columns, rows.mid(0, 3)).csv(m_dir.filePath(QStringLiteral("a.csv")))
                      + Table(swapped, rows.mid(3)).csv(m_dir.filePath(QStringLiteral("b.csv"))));
     }
@@ -118,12 +118,7 @@ private Q_SLOTS:
         QCOMPARE(range.upper, 6.0);
 
         // Deleting asks first; the answer Yes removes the session and its rows.
-        QTimer::singleShot(0, &browser, [] {
-            for (QWidget* widget : QApplication::topLevelWidgets()) {
-                if (auto* box = qobject_cast<QMessageBox*>(widget))
-                    box->button(QMessageBox::Yes)->click();
-            }
-        });
+        DialogScript answers({QMessageBox::Yes});
         list->setCurrentItem(list->topLevelItem(1));
         browser.findChild<QPushButton*>(QStringLiteral("buttonDelete"))->click();
         QCOMPARE(list->topLevelItemCount(), 1);

@@ -12,6 +12,7 @@
 #include "measure/queryclient.h"
 #include "share/scpishareserver.h"
 #include "simulator/simserver.h"
+#include "tests/common/dialogscript.h"
 #include "tests/common/pollingring.h"
 #include "widget/equipmentwindow.h"
 #include "widget/linkbanner.h"
@@ -130,12 +131,7 @@ private Q_SLOTS:
     void cleanup()
     {
         // A case that failed with an output on leaves the quit question open: answer it.
-        QTimer answer;
-        connect(&answer, &QTimer::timeout, this, [] {
-            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget()))
-                box->button(QMessageBox::Yes)->click();
-        });
-        answer.start(50);
+        DialogScript answers({QMessageBox::Yes});
         m_host->close();
         QTRY_VERIFY_WITH_TIMEOUT(m_host->isHidden(), MainWindow::kCloseBoundMs + 10000);
         m_host.reset();
@@ -233,16 +229,11 @@ private Q_SLOTS:
         QVERIFY(session);
         send(session, {":OUTPut:STATe ON"});
         QTRY_VERIFY(session->outputOn());
-        QString asked;
-        QTimer::singleShot(50, this, [&asked] {
-            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            if (!box)
-                return;
-            asked = box->text();
-            box->button(QMessageBox::No)->click();
-        });
+        DialogScript answers({QMessageBox::No});
         m_host->close();
-        QVERIFY2(asked.contains(QStringLiteral("The output of PSU is on")), qPrintable(asked));
+        QCOMPARE(answers.shown.size(), 1);
+        QVERIFY2(answers.shown.first().contains(QStringLiteral("The output of PSU is on")),
+                 qPrintable(answers.shown.first()));
         QVERIFY(m_host->isVisible());
         QVERIFY(polling(session));
         send(session, {":OUTPut:STATe OFF"});
@@ -384,13 +375,11 @@ private Q_SLOTS:
 
         m_host = std::make_unique<MainWindow>(m_plugins.get());
         m_host->show();
+        DialogScript answers({QMessageBox::Yes});
         QVERIFY(m_host->offerRestore());
-        QTRY_VERIFY(qobject_cast<QMessageBox*>(QApplication::activeModalWidget()));
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        for (QString const& resource : resources)
-            QVERIFY2(box->text().contains(resource), qPrintable(box->text()));
-        box->button(QMessageBox::Yes)->click();
         QTRY_COMPARE(m_host->sessions().size(), 2);
+        for (QString const& resource : resources)
+            QVERIFY2(answers.shown.value(0).contains(resource), qPrintable(answers.shown.join('\n')));
         QStringList reopened;
         for (InstrumentSession* session : m_host->sessions())
             reopened << session->equipment()->name + QLatin1Char('@') + session->equipment()->resource;

@@ -1,5 +1,6 @@
 #include "host/pluginmanager.h"
 
+#include "tests/common/files.h"
 #include "widget/iequipment.h"
 
 #include <QtTest>
@@ -45,13 +46,10 @@ private Q_SLOTS:
         QVERIFY(dir.isValid());
         for (QString const& file : files) {
             QString const target = dir.filePath(QFileInfo(file).fileName());
-            if (QFileInfo(file).isAbsolute()) {
+            if (QFileInfo(file).isAbsolute())
                 QVERIFY(QFile::copy(file, target));
-            } else {
-                QFile text(target);
-                QVERIFY(text.open(QIODevice::WriteOnly));
-                text.write("not a library\n");
-            }
+            else
+                QVERIFY(writeFile(target, "not a library\n"));
         }
         PluginManager manager;
         QCOMPARE(manager.loadFolder(dir.path()), families.size());

@@ -6,6 +6,7 @@
 #include "measure/measureinst.h"
 #include "measure/queryclient.h"
 #include "simulator/simserver.h"
+#include "tests/common/files.h"
 
 #include <QtTest>
 #include <QtWidgets>
@@ -174,10 +175,7 @@ private Q_SLOTS:
             QVERIFY(open());
         QVERIFY(m_dir.isValid());
         QString const path = m_dir.filePath(QStringLiteral("commands.scpi"));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(content);
-        file.close();
+        QVERIFY(writeFile(path, content));
 
         QSignalSpy finished(m_console, &ScpiConsole::fileFinished);
         bool const accepted = !traffic.isEmpty();

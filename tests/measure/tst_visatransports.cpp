@@ -3,6 +3,7 @@
 // run with a message that names the resource and the cause.
 
 #include "driver/mydmm.h"
+#include "tests/common/files.h"
 #include "tests/common/pollingring.h"
 
 #include "measure/io/visa/usbtmclink.h"
@@ -20,7 +21,6 @@
 #include <QtNetwork>
 #include <QtTest>
 
-#include <cerrno>
 #include <memory>
 
 using zelt::measure::MeasureInst;
@@ -122,9 +122,7 @@ private Q_SLOTS:
             QVERIFY(dir.mkpath(interface)
                     && dir.mkpath(QStringLiteral("class/usbmisc/") + QLatin1String(name)));
             auto const write = [&](QString const& path, char const* text) {
-                QFile file(dir.filePath(path));
-                QVERIFY(file.open(QIODevice::WriteOnly));
-                file.write(QByteArray(text) + '\n');
+                QVERIFY(writeFile(dir.filePath(path), QByteArray(text) + '\n'));
             };
             write(interface + QStringLiteral("/../idVendor"), vendor);
             write(interface + QStringLiteral("/../idProduct"), product);
@@ -404,20 +402,16 @@ private Q_SLOTS:
         QTest::addColumn<QString>("resource");
         QTest::addColumn<QString>("node"); // empty: none matches
 
-        QTest::newRow("vendor, product, serial") << "USB0::0x1AB1::0x0E11::DP8B001::INSTR"
-                                                 << "usbtmc1";
-        QTest::newRow("decimal ids") << "USB::6833::3601::DP8B001::INSTR"
-                                     << "usbtmc1";
-        QTest::newRow("interface given") << "USB0::0x1AB1::0x0E11::DP8B001::0::INSTR"
-                                         << "usbtmc1";
-        QTest::newRow("other interface") << "USB0::0x1AB1::0x0E11::DP8B001::1::INSTR"
-                                         << "";
-        QTest::newRow("other serial") << "USB0::0x1AB1::0x0E11::DP8B002::INSTR"
-                                      << "";
-        QTest::newRow("same serial, other product") << "USB0::0x1AB1::0x04CE::DP8B001::INSTR"
-                                                    << "";
-        QTest::newRow("second device") << "USB0::0x0957::0x1796::MY5800::INSTR"
-                                       << "usbtmc0";
+        auto const row = [](char const* name, char const* resource, char const* node) {
+            QTest::newRow(name) << QString(resource) << QString(node);
+        };
+        row("vendor, product, serial", "USB0::0x1AB1::0x0E11::DP8B001::INSTR", "usbtmc1");
+        row("decimal ids", "USB::6833::3601::DP8B001::INSTR", "usbtmc1");
+        row("interface given", "USB0::0x1AB1::0x0E11::DP8B001::0::INSTR", "usbtmc1");
+        row("other interface", "USB0::0x1AB1::0x0E11::DP8B001::1::INSTR", "");
+        row("other serial", "USB0::0x1AB1::0x0E11::DP8B002::INSTR", "");
+        row("same serial, other product", "USB0::0x1AB1::0x04CE::DP8B001::INSTR", "");
+        row("second device", "USB0::0x0957::0x1796::MY5800::INSTR", "usbtmc0");
     }
 
     void usbTmcLocate()
@@ -429,13 +423,6 @@ private Q_SLOTS:
                                                  QStringLiteral("/dev"), error);
         QCOMPARE(found, node.isEmpty() ? QString() : QStringLiteral("/dev/") + node);
         QCOMPARE(error.isEmpty(), !node.isEmpty());
-    }
-
-    void usbTmcDeniedNamesTheRule()
-    {
-        QString const message = UsbTmcLink::openError(QStringLiteral("/dev/usbtmc3"), EACCES);
-        QVERIFY2(message.contains(QStringLiteral("/dev/usbtmc3")) && message.contains(UsbTmcLink::udevRule()),
-                 qPrintable(message));
     }
 };
 

@@ -4,6 +4,8 @@
 #include "programmer/dialogprogrammer.h"
 #include "window/kvr9000window.h"
 
+#include "tests/common/files.h"
+
 #include "specific/helper.h"
 #include "specific/wavegenerator.h"
 
@@ -21,16 +23,6 @@ Option makeOption()
     option.channels = {zelt::specific::pxn3000s::programmer::Channel {
         QStringLiteral("CH1"), {{0.0, 42.0}, {0.0, 42.0}, {0.0, 420.0}}}};
     return option;
-}
-
-QString writeFile(QTemporaryDir const& dir, QString const& text)
-{
-    QString const path = dir.filePath(QStringLiteral("f.csv"));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return {};
-    file.write(text.toUtf8());
-    return path;
 }
 
 QString const kListHead
@@ -107,7 +99,8 @@ private Q_SLOTS:
         QFETCH(int, rows);
         QFETCH(int, cycles);
         QFETCH(QString, endState);
-        QString const path = writeFile(m_dir, text);
+        QString const path = m_dir.filePath(QStringLiteral("f.csv"));
+        QVERIFY(writeFile(path, text.toUtf8()));
         Option option = makeOption();
         if (reader == WindowList || reader == WindowDelayer) {
             UploadParam param;

@@ -2,6 +2,7 @@
 // the dialog's buttons, the window's turn-taking with the driver, and what reaches the wire
 // and the instrument's sequence memory.
 
+#include "tests/common/files.h"
 #include "tests/window/windowharness.h"
 
 #include "programmer/dialogprogrammer.h"
@@ -11,17 +12,6 @@
 namespace {
 
 QString const kModel = QStringLiteral("KVR9040-40");
-
-// The lines of one sequence on the wire, the polling ring left out.
-QStringList sequenceLines(QStringList const& lines, QString const& prefix)
-{
-    QStringList out;
-    for (QString const& line : lines) {
-        if (line.startsWith(prefix))
-            out << line;
-    }
-    return out;
-}
 
 } // namespace
 
@@ -111,8 +101,9 @@ private Q_SLOTS:
             QVERIFY2(ahead == 0 || ahead == 1, qPrintable(steps.join(' ')));
         }
         QCOMPARE(bar->maximum(), sent);
-        QString const prefix = delayer ? QStringLiteral(":DELAY") : QStringLiteral(":LIST");
-        QStringList const lines = sequenceLines(m_server.receivedLines(), prefix);
+        // The sequence's lines on the wire; the polling ring has none of them.
+        QStringList const lines
+            = m_server.receivedLines().filter(delayer ? QStringLiteral(":DELAY") : QStringLiteral(":LIST"));
         if (!wire.isEmpty()) {
             QCOMPARE(lines, wire);
         } else {
@@ -155,7 +146,8 @@ private Q_SLOTS:
             QVERIFY(idle(dialog)); // no answer awaited
         QVERIFY(waitUntil([&] { return idle(dialog); }));
         QCOMPARE(dialog->findChild<QStatusBar*>()->currentMessage(), message);
-        QStringList const written = sequenceLines(m_server.receivedLines(), QStringLiteral(":LIST"))
+        QStringList const written = m_server.receivedLines()
+                                        .filter(QStringLiteral(":LIST"))
                                         .filter(QRegularExpression(QStringLiteral("^[^?]*$")));
         QCOMPARE(written, QStringList());
     }
@@ -175,8 +167,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return guard.isNull(); }));
         int const seen = int(m_server.receivedLines().size());
         QVERIFY(waitUntil([&] { return m_server.receivedLines().size() > seen + 60; }));
-        QCOMPARE(sequenceLines(m_server.receivedLines(), QStringLiteral(":LISTout:PARAmeter ")).size(),
-                 handedOut);
+        QCOMPARE(m_server.receivedLines().filter(QStringLiteral(":LISTout:PARAmeter ")).size(), handedOut);
     }
 
     // Clicked while the first pass is still on, the upload's first question is dropped with the
@@ -327,12 +318,10 @@ private Q_SLOTS:
     void loadRefusesLargeFile()
     {
         QTemporaryDir dir;
-        QFile file(dir.filePath(QStringLiteral("blank.csv")));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QVERIFY(file.write(QByteArray(2 * zelt::util::character::Character::kCsvMostBytes, '\n')) > 0);
-        file.close();
+        QString const blank = dir.filePath(QStringLiteral("blank.csv"));
+        QVERIFY(writeFile(blank, QByteArray(2 * zelt::util::character::Character::kCsvMostBytes, '\n')));
         DialogProgrammer* dialog = openDialog();
-        DialogScript script({file.fileName()});
+        DialogScript script({blank});
         QTest::mouseClick(dialog->findChild<QPushButton*>("btnListLoad"), Qt::LeftButton);
         QCOMPARE(dialog->findChild<QStatusBar*>()->currentMessage(),
                  QStringLiteral("The file is too large for a sequence"));

@@ -3,6 +3,8 @@
 
 #include "recording/datamodel.h"
 
+#include "tests/common/table.h"
+
 #include <QAbstractItemModelTester>
 #include <QtTest>
 
@@ -48,14 +50,6 @@ QList<Column*> makeColumns(int count)
     for (int i = 0; i < count; ++i)
         columns.append(new Column {QStringLiteral("Title %1").arg(i), QStringLiteral("key%1").arg(i), 1});
     return columns;
-}
-
-QStringList rowTexts(QAbstractItemModel const& model, int row)
-{
-    QStringList cells;
-    for (int c = 0; c < model.columnCount(); ++c)
-        cells << model.data(model.index(row, c)).toString();
-    return cells;
 }
 
 } // namespace

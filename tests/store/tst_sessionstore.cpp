@@ -2,6 +2,7 @@
 // same tests: what is written is read back whole, in order, once; bad files and full or
 // read-only folders stop the logging with a message and lose nothing already stored.
 
+#include "tests/common/files.h"
 #include "tests/store/pgserver.h"
 #include "tests/store/storetarget.h"
 
@@ -101,12 +102,12 @@ class TestSessionStore : public QObject
     int m_count = 0;
 
     // A database of its own on the server, with its own spool.
-    StoreTarget onServer(QString const& name, QString const& user = QStringLiteral("postgres"))
+    StoreTarget onServer(QString const& name)
     {
         StoreTarget result;
         if (!m_pg.createDatabase(name))
             qWarning("%s", qPrintable(m_pg.why()));
-        StoreTarget::parse(m_pg.url(user, name), &result);
+        StoreTarget::parse(m_pg.url(QStringLiteral("postgres"), name), &result);
         result.path = m_dir.filePath(name + QStringLiteral(".sqlite"));
         return result;
     }
@@ -180,9 +181,8 @@ private Q_SLOTS:
             shown << cellsOf(i);
         QString const exported = m_dir.filePath(QStringLiteral("browser-%1.csv").arg(m_count));
         QVERIFY(reader.exportCsv(sessions.first().id, exported, kBase + 10, kBase + 20));
-        QFile file(exported);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), Table(kColumns, shown).csv(m_dir.filePath(QStringLiteral("window.csv"))));
+        QCOMPARE(readFile(exported),
+                 Table(kColumns, shown).csv(m_dir.filePath(QStringLiteral("window.csv"))));
     }
 
     // Whole blocks of rows and a tail of single rows: each slice keeps its extremes.
@@ -292,22 +292,6 @@ private Q_SLOTS:
         }
     }
 
-    void userWithoutRights()
-    {
-        SKIP_WITHOUT_SERVER(true);
-        QVERIFY(m_pg.createRole(QStringLiteral("visitor")));
-        StoreTarget const where = onServer(QStringLiteral("guarded"), QStringLiteral("visitor"));
-        SessionStore store(where);
-        QSignalSpy messages(&store, &SessionStore::message);
-        store.appendRow(begin(store), kBase, cellsOf(0));
-        QTRY_VERIFY_WITH_TIMEOUT(!messages.isEmpty(), 10000);
-        QString const text = messages.first().first().toString();
-        QVERIFY2(text.contains(QStringLiteral("visitor"))
-                     && text.contains(QStringLiteral("CREATE right on schema public")),
-                 qPrintable(text));
-        QVERIFY(store.isLogging()); // the spool keeps the rows for when the right is granted
-    }
-
     void unreadableFileMovedAside_data()
     {
         QTest::addColumn<QByteArray>("content"); // empty: a database of another program
@@ -319,19 +303,16 @@ private Q_SLOTS:
         QFETCH(QByteArray, content);
         StoreTarget const where
             = sqliteTarget(m_dir.filePath(QStringLiteral("bad-%1.sqlite").arg(++m_count)));
-        QFile file(where.path);
         if (content.isEmpty()) {
             // Our own store first, then stamped as another program's file.
             QVERIFY(SessionStore(where).flush(5000));
+            QFile file(where.path);
             QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(68)); // the header's application id
             QVERIFY(file.write(QByteArray::fromHex("0badf00d")) == 4);
         } else {
-            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+            QVERIFY(writeFile(where.path, content));
         }
-        file.close();
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QByteArray const before = file.readAll();
-        file.close();
+        QByteArray const before = readFile(where.path);
         {
             SessionStore store(where);
             QSignalSpy messages(&store, &SessionStore::message);
@@ -342,9 +323,7 @@ private Q_SLOTS:
             QRegularExpressionMatch const moved
                 = QRegularExpression(QStringLiteral("moved to (\\S+)")).match(text);
             QVERIFY2(moved.hasMatch(), qPrintable(text));
-            QFile aside(moved.captured(1));
-            QVERIFY(aside.open(QIODevice::ReadOnly));
-            QCOMPARE(aside.readAll(), before);
+            QCOMPARE(readFile(moved.captured(1)), before);
         }
         SessionReader reader(where);
         QVERIFY(reader.open());

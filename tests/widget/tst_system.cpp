@@ -3,13 +3,14 @@
 
 #include "system/system.h"
 
+#include "tests/common/dialogscript.h"
+#include "tests/common/files.h"
+
 #include <QApplication>
 #include <QDesktopServices>
 #include <QDir>
-#include <QMessageBox>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 #include <QUrl>
 
 using zelt::system::System;
@@ -56,30 +57,19 @@ private Q_SLOTS:
         QFETCH(bool, opened);
         QFETCH(QString, warning);
         QTemporaryDir dir;
-        QFile file(dir.filePath(QStringLiteral("export.csv")));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
-        QString const full = path.isEmpty() ? path : dir.filePath(path);
+        QVERIFY(writeFile(dir.filePath(QStringLiteral("export.csv")), {}));
+        QString const full = dir.filePath(path);
         if (!handled)
             QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
 
-        // Answers the warning as the user would, keeping its text.
-        QString shown;
-        QTimer answer;
-        connect(&answer, &QTimer::timeout, this, [&shown] {
-            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-                shown = box->text();
-                box->done(QMessageBox::Ok);
-            }
-        });
-        answer.start(10);
+        DialogScript boxes;
         QCOMPARE(System::openFile(full), opened);
-        answer.stop();
 
         QCOMPARE(m_handler.opened, opened ? QList<QUrl> {QUrl::fromLocalFile(full)} : QList<QUrl>());
-        QCOMPARE(shown.isEmpty(), warning.isEmpty());
-        if (!warning.isEmpty())
-            QVERIFY2(shown.contains(warning) && shown.contains(QDir::cleanPath(full)), qPrintable(shown));
+        QCOMPARE(boxes.shown.size(), warning.isEmpty() ? 0 : 1);
+        QString const shown = boxes.shown.value(0);
+        QVERIFY2(shown.contains(warning) && (warning.isEmpty() || shown.contains(QDir::cleanPath(full))),
+                 qPrintable(shown));
     }
 
 private:

@@ -2,6 +2,8 @@
 // become table rows and chart points, the sampling options gate them, and Clear, Export and
 // Save Image act on them through their dialogs.
 
+#include "tests/common/files.h"
+#include "tests/common/table.h"
 #include "tests/window/windowharness.h"
 
 #include "driver/dmmhelper.h"
@@ -12,14 +14,6 @@
 namespace {
 
 QString const kModel = QStringLiteral("KVR9040-40");
-
-QStringList rowTexts(QAbstractItemModel const& model, int row)
-{
-    QStringList cells;
-    for (int c = 0; c < model.columnCount(); ++c)
-        cells << model.data(model.index(row, c)).toString();
-    return cells;
-}
 
 } // namespace
 
@@ -204,9 +198,7 @@ private Q_SLOTS:
                  QStringList {"Question [] Successful to export data.\nDo you want to open the file?"});
 
         // The file holds the table as it shows: the header, then every row.
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadOnly | QIODevice::Text));
-        QStringList const lines = QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
+        QStringList const lines = QString::fromUtf8(readFile(path)).split('\n', Qt::SkipEmptyParts);
         QStringList expected {QStringLiteral("No.,Date/Time,Mode,Voltage(V),Current(A),Power(W),"
                                              "P/S Voltage(V),P/S Current(A),P/S Power(W)")};
         for (int r = 0; r < rows(); ++r)

@@ -7,6 +7,7 @@
 #include "simulator/simserver.h"
 #include "window/kvr9000window.h"
 
+#include "tests/common/dialogscript.h"
 #include "tests/common/eventwait.h"
 #include "widget/equipmentinfo.h"
 
@@ -98,49 +99,3 @@ template<typename T, typename F> std::unique_ptr<QTimer> whenShown(F act)
     timer->start();
     return timer;
 }
-
-// Answers the window's modal dialogs in turn: a file dialog with the next name (an empty one
-// cancels), a message box with the next button (Cancel closes it). Once the answers are used
-// up, a box gets OK and a file dialog is cancelled. Each box is kept as "Icon [title] text".
-class DialogScript : public QObject
-{
-public:
-    explicit DialogScript(QVariantList answers = {})
-        : m_answers(std::move(answers))
-    {
-        m_timer.setInterval(10);
-        connect(&m_timer, &QTimer::timeout, this, &DialogScript::answer);
-        m_timer.start();
-    }
-
-    QStringList shown;
-
-private:
-    void answer()
-    {
-        QWidget* modal = QApplication::activeModalWidget();
-        if (!modal || !modal->isVisible())
-            return;
-        QVariant const next = m_answers.isEmpty() ? QVariant() : m_answers.takeFirst();
-        if (auto* files = qobject_cast<QFileDialog*>(modal)) {
-            if (next.toString().isEmpty())
-                return files->reject();
-            files->selectFile(next.toString());
-            static_cast<QDialog*>(files)->accept();
-            // A directory still loading can clear the name just chosen: the dialog then stays
-            // open and gets the same name again on the next tick.
-            if (files->isVisible())
-                m_answers.prepend(next);
-        } else if (auto* box = qobject_cast<QMessageBox*>(modal)) {
-            shown << QStringLiteral("%1 [%2] %3")
-                         .arg(QLatin1String(QMetaEnum::fromType<QMessageBox::Icon>().valueToKey(box->icon())),
-                              box->windowTitle(), box->text());
-            auto const button = QMessageBox::StandardButton(next.isValid() ? next.toInt() : QMessageBox::Ok);
-            QAbstractButton* pressed = box->button(button);
-            pressed ? pressed->click() : box->reject();
-        }
-    }
-
-    QVariantList m_answers;
-    QTimer m_timer;
-};
