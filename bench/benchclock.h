@@ -28,8 +28,9 @@ inline long residentBytes()
     QFile status(QStringLiteral("/proc/self/status"));
     if (!status.open(QIODevice::ReadOnly))
         return 0;
-    while (!status.atEnd()) {
-        QByteArray const line = status.readLine();
+    // Read whole: a file of /proc has no size, so QFile's atEnd() holds from the start.
+    QList<QByteArray> const lines = status.readAll().split('\n');
+    for (QByteArray const& line : lines) {
         if (line.startsWith("VmRSS:"))
             return line.mid(6).trimmed().split(' ').first().toLong() * 1024;
     }
