@@ -2,11 +2,14 @@
 // polling its own simulated KVR9040-40 that answers in 10 ms, as a real unit does. For each N:
 // the samples that each window records a second (slowest and mean), the slowest against a
 // window alone, and the GUI thread's longest stall, the largest gap between the ticks of a
-// 5 ms timer. At the largest N, the resident growth per window and hour against the rows
-// recorded, extrapolated from the measured stretch. Runs offscreen.
+// 5 ms timer. At the largest N, the resident growth per window and hour against the heap that
+// the rows recorded in that stretch hold, extrapolated from the measured stretch; --minutes
+// makes that stretch as long as a rack runs. Runs offscreen.
 //
-// bench_rack [seconds per N] [counts...], by default 20 s and 1 8 16 32.
+// bench_rack [--minutes M] [seconds per N] [counts...], by default 20 s and 1 8 16 32; with
+// --minutes the largest N runs M minutes.
 
+#include "benchclock.h"
 #include "host/mainwindow.h"
 #include "host/pluginmanager.h"
 #include "host/simulatedinstrument.h"
@@ -15,7 +18,6 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
-#include <QFile>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QSettings>
@@ -36,15 +38,6 @@ namespace {
 QString const kModel = QStringLiteral("KVR9040-40");
 constexpr int kLatencyMs = 10;
 constexpr int kTickMs = 5;
-
-long residentBytes()
-{
-    QFile status(QStringLiteral("/proc/self/statm"));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    QList<QByteArray> const fields = status.readAll().split(' ');
-    return fields.size() > 1 ? fields.at(1).toLong() * 4096 : 0;
-}
 
 // Runs the event loop for ms, or until done() holds when one is given.
 bool runFor(int ms, std::function<bool()> const& done = {})
@@ -115,33 +108,22 @@ bool measure(zelt::host::PluginManager* plugins, int windows, int seconds, Figur
         std::fprintf(stderr, "windows=%d: not every window recorded\n", windows);
     } else {
         runFor(1000);
-        QElapsedTimer tick;
-        qint64 longest = 0;
-        QTimer ticker;
-        ticker.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&ticker, &QTimer::timeout, [&] {
-            longest = std::max(longest, tick.nsecsElapsed());
-            tick.restart();
-        });
-
-        malloc_trim(0);
-        long const rssBefore = residentBytes();
+        bench::StallWatch stalls(kTickMs);
+        long const rssBefore = bench::trimmedResidentBytes();
         size_t const heapBefore = mallinfo2().uordblks;
         QList<int> const before = recordedRows(*host);
         QElapsedTimer clock;
         clock.start();
-        tick.start();
-        ticker.start(kTickMs);
+        stalls.start();
         runFor(seconds * 1000);
-        ticker.stop();
+        stalls.stop();
         QList<int> const after = recordedRows(*host);
         out.seconds = double(clock.nsecsElapsed()) / 1e9;
-        malloc_trim(0);
-        out.rssGrowth = residentBytes() - rssBefore;
+        out.rssGrowth = bench::trimmedResidentBytes() - rssBefore;
         out.heapGrowth = long(mallinfo2().uordblks) - long(heapBefore);
 
         out.windows = windows;
-        out.stallMs = double(longest) / 1e6;
+        out.stallMs = stalls.longestMs();
         double sum = 0;
         out.slowest = -1;
         out.rows = 0;
@@ -174,6 +156,15 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(QStringLiteral("bench_rack"));
 
     QStringList args = QCoreApplication::arguments().mid(1);
+    int minutes = 0;
+    if (args.size() >= 2 && args.first() == QLatin1String("--minutes")) {
+        args.removeFirst();
+        minutes = args.takeFirst().toInt();
+        if (minutes <= 0) {
+            std::fprintf(stderr, "usage: bench_rack [--minutes M] [seconds] [window counts, 1 among them]\n");
+            return 2;
+        }
+    }
     int const seconds = args.isEmpty() ? 20 : args.takeFirst().toInt();
     QList<int> counts;
     for (QString const& arg : args)
@@ -181,7 +172,7 @@ int main(int argc, char** argv)
     if (counts.isEmpty())
         counts = {1, 8, 16, 32};
     if (seconds <= 0 || counts.contains(0) || !counts.contains(1)) {
-        std::fprintf(stderr, "usage: bench_rack [seconds] [window counts, 1 among them]\n");
+        std::fprintf(stderr, "usage: bench_rack [--minutes M] [seconds] [window counts, 1 among them]\n");
         return 2;
     }
 
@@ -193,9 +184,11 @@ int main(int argc, char** argv)
 
     double alone = 0;
     Figures last;
+    int const largest = *std::max_element(counts.begin(), counts.end());
     for (int windows : counts) {
         Figures figures;
-        if (!measure(&plugins, windows, seconds, figures))
+        int const stretch = windows == largest && minutes > 0 ? minutes * 60 : seconds;
+        if (!measure(&plugins, windows, stretch, figures))
             return 1;
         if (windows == 1)
             alone = figures.slowest;
@@ -205,7 +198,9 @@ int main(int argc, char** argv)
     }
 
     // Memory of the largest rack: what the measured stretch grew, per window and hour, beside
-    // what the rows recorded in that stretch hold on the heap.
+    // what the rows recorded in that stretch hold on the heap. Each row is one polled sample,
+    // which the driver's history and the record share; a resident growth well above the heap's
+    // is memory that no history holds.
     double const hours = last.seconds / 3600.0;
     double const rssPerWindowHour = double(last.rssGrowth) / last.windows / hours;
     double const heapPerWindowHour = double(last.heapGrowth) / last.windows / hours;

@@ -3,6 +3,7 @@
 // with 100, 10 000 and 100 000 rows already recorded; the export of 100 000 rows to CSV; and
 // the resident memory that one more recorded sample costs. Runs offscreen.
 
+#include "benchclock.h"
 #include "driver/mydmm.h"
 #include "plugin/kvr9000.h"
 #include "window/kvr9000window.h"
@@ -19,7 +20,6 @@
 #include <QAction>
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QSettings>
 #include <QSplitter>
 #include <QStandardPaths>
@@ -33,29 +33,12 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 
 namespace {
 
 // Samples timed at each record length, in blocks.
 constexpr int kBlocks = 5;
 constexpr int kBlockSamples = 100;
-
-qint64 threadCpuNanoseconds()
-{
-    timespec now {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
-
-long residentBytes()
-{
-    QFile status(QStringLiteral("/proc/self/statm"));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    QList<QByteArray> const fields = status.readAll().split(' ');
-    return fields.size() > 1 ? fields.at(1).toLong() * 4096 : 0;
-}
 
 // Fresh samples in the driver's own shape: the template's settings, new readings with texts of
 // their own, and times 10 ms apart.
@@ -144,12 +127,12 @@ int main(int argc, char** argv)
     auto cost = [&] {
         double best = 0;
         for (int block = 0; block < kBlocks; ++block) {
-            qint64 const start = threadCpuNanoseconds();
+            qint64 const start = bench::threadCpuNanoseconds();
             for (int i = 0; i < kBlockSamples; ++i) {
                 publish();
                 QCoreApplication::processEvents();
             }
-            double const perSample = double(threadCpuNanoseconds() - start) / kBlockSamples / 1000.0;
+            double const perSample = double(bench::threadCpuNanoseconds() - start) / kBlockSamples / 1000.0;
             best = block == 0 ? perSample : std::min(best, perSample);
         }
         return best;
@@ -187,8 +170,7 @@ int main(int argc, char** argv)
     // with a repaint now and then as a busy event loop does.
     constexpr int kGrown = 20000;
     QCoreApplication::processEvents();
-    malloc_trim(0);
-    long const rssBefore = residentBytes();
+    long const rssBefore = bench::trimmedResidentBytes();
     size_t const heapBefore = mallinfo2().uordblks;
     for (int i = 0; i < kGrown; ++i) {
         publish();
@@ -196,8 +178,7 @@ int main(int argc, char** argv)
             QCoreApplication::processEvents();
     }
     QCoreApplication::processEvents();
-    malloc_trim(0);
-    double const rssPerSample = double(residentBytes() - rssBefore) / kGrown;
+    double const rssPerSample = double(bench::trimmedResidentBytes() - rssBefore) / kGrown;
     double const heapPerSample = double(mallinfo2().uordblks - heapBefore) / kGrown;
     // What a sample, its row and its points hold: the sample measured alone, two list entries
     // (the model's and the render's) and three chart points of a key and a value.

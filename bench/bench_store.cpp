@@ -3,6 +3,7 @@
 // resident memory after a million rows against after ten thousand; and the time to open a
 // million-row session in the browser's viewer and draw it. Runs offscreen.
 
+#include "benchclock.h"
 #include "driver/mydmm.h"
 #include "plugin/kvr9000.h"
 #include "window/kvr9000window.h"
@@ -21,7 +22,6 @@
 #include <QAction>
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTableView>
@@ -29,11 +29,8 @@
 
 #include "plot/customplot.h"
 
-#include <malloc.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 
 using zelt::store::SessionReader;
 using zelt::store::SessionStore;
@@ -41,20 +38,9 @@ using zelt::store::StoreTarget;
 
 namespace {
 
-qint64 threadCpuNanoseconds()
-{
-    timespec now {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
-
 double residentMb()
 {
-    QFile status(QStringLiteral("/proc/self/statm"));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    QList<QByteArray> const fields = status.readAll().split(' ');
-    return fields.size() > 1 ? double(fields.at(1).toLong()) * 4096 / (1024.0 * 1024.0) : 0;
+    return double(bench::trimmedResidentBytes()) / (1024.0 * 1024.0);
 }
 
 QStringList const kColumns {"No.", "Time", "Mode", "Voltage", "Current", "Power", "Vp", "Ip", "Pp"};
@@ -116,10 +102,8 @@ int main(int argc, char** argv)
         SessionStore store(file);
         quint64 const session = store.beginSession({"Bench", "KVR9040-40", "sim"}, kColumns);
         fill(store, session, 0, 10000, baseMs);
-        malloc_trim(0);
         rss10k = residentMb();
         sqliteRate = fill(store, session, 10000, kMillion, baseMs);
-        malloc_trim(0);
         rss1m = residentMb();
         store.endSession(session);
         store.flush(10000);
@@ -202,13 +186,13 @@ int main(int argc, char** argv)
     constexpr int kSamples = 500;
     double sampleUs = 0;
     for (int block = 0; block < 5; ++block) {
-        qint64 const start = threadCpuNanoseconds();
+        qint64 const start = bench::threadCpuNanoseconds();
         for (int i = 0; i < kSamples; ++i) {
             publish();
             if (i % 10 == 0)
                 QCoreApplication::processEvents();
         }
-        double const us = double(threadCpuNanoseconds() - start) / kSamples / 1000.0;
+        double const us = double(bench::threadCpuNanoseconds() - start) / kSamples / 1000.0;
         sampleUs = block == 0 ? us : std::min(sampleUs, us);
     }
     double rowUs = 0;
@@ -221,7 +205,7 @@ int main(int argc, char** argv)
         int const columns = record->columnCount();
         int const last = record->rowCount() - 1;
         for (int block = 0; block < 5; ++block) {
-            qint64 const start = threadCpuNanoseconds();
+            qint64 const start = bench::threadCpuNanoseconds();
             for (int i = 0; i < kSamples; ++i) {
                 QStringList cells;
                 cells.reserve(columns);
@@ -229,7 +213,7 @@ int main(int argc, char** argv)
                     cells << record->data(record->index(last, c), Qt::DisplayRole).toString();
                 store.appendRow(session, QDateTime::currentMSecsSinceEpoch(), cells);
             }
-            double const us = double(threadCpuNanoseconds() - start) / kSamples / 1000.0;
+            double const us = double(bench::threadCpuNanoseconds() - start) / kSamples / 1000.0;
             rowUs = block == 0 ? us : std::min(rowUs, us);
             store.flush(10000);
         }

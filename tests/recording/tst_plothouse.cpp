@@ -1,9 +1,12 @@
 // The chart house on a chart of three graphs with one value axis each: the time axis that
-// follows the newest points, which axes a wheel moves, and the way home. The tracer is tested
-// on the window's chart.
+// follows the newest points, which axes a wheel moves, and the way home; a chart that cannot be
+// seen is drawn when it shows again. The tracer is tested on the window's chart.
 
 #include "recording/dpdatarender.h"
 
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QScreen>
 #include <QtTest>
 
 namespace {
@@ -118,6 +121,55 @@ private Q_SLOTS:
         QTest::mouseDClick(m_plot, Qt::LeftButton, {}, m_plot->axisRect()->center());
         QCOMPARE(powerAxis()->range(), scaled(kHome.at(2), 1.03));
         QCOMPARE(m_plot->yAxis->range(), scaled(kHome.at(0), 1.03));
+    }
+
+    void shownAgain_data()
+    {
+        QTest::addColumn<QString>("hidden");
+        QTest::newRow("minimised") << QStringLiteral("minimised");
+        QTest::newRow("covered") << QStringLiteral("covered");
+        QTest::newRow("another tab") << QStringLiteral("tab");
+    }
+
+    // Samples that come while nobody can see the chart are not drawn; shown again, the chart
+    // shows all of them at once.
+    void shownAgain()
+    {
+        QFETCH(QString, hidden);
+        QMdiArea area;
+        area.setViewMode(hidden == QLatin1String("tab") ? QMdiArea::TabbedView : QMdiArea::SubWindowView);
+        QMdiSubWindow* chart = area.addSubWindow(m_plot);
+        // The chart is the suite's, not the area's.
+        auto const giveBack = qScopeGuard([this] { m_plot->setParent(nullptr); });
+        QMdiSubWindow* other = area.addSubWindow(new QWidget());
+        area.resize(1000, 700);
+        area.show();
+        chart->setGeometry(0, 0, 950, 650);
+        other->setGeometry(chart->geometry());
+        QVERIFY(QTest::qWaitForWindowExposed(&area));
+        area.setActiveSubWindow(other);
+        if (hidden == QLatin1String("minimised"))
+            chart->showMinimized();
+        QCoreApplication::processEvents();
+
+        QSignalSpy drawn(m_plot, &QCustomPlot::afterReplot);
+        addPoints(25);
+        m_house->replot();
+        QCoreApplication::processEvents();
+        QCOMPARE(drawn.count(), 0);
+
+        if (hidden == QLatin1String("minimised"))
+            chart->showNormal();
+        area.setActiveSubWindow(chart);
+        QCoreApplication::processEvents();
+        QRect const place(m_plot->mapTo(&area, QPoint()), m_plot->size());
+        QImage const shown
+            = area.screen()
+                  ->grabWindow(area.winId(), place.x(), place.y(), place.width(), place.height())
+                  .toImage();
+        m_plot->replot();
+        QCOMPARE(shown.convertToFormat(QImage::Format_RGB32),
+                 m_plot->grab().toImage().convertToFormat(QImage::Format_RGB32));
     }
 
 private:
