@@ -2,7 +2,7 @@
 // same tests: what is written is read back whole, in order, once; bad files and full or
 // read-only folders stop the logging with a message and lose nothing already stored.
 
-#include "tests/store/pgserver.h"
+#include "tests/common/pgserver.h"
 
 #include "store/sessionreader.h"
 #include "store/sessionstore.h"
