@@ -10,7 +10,7 @@ namespace kvrsim {
 class SimServer;
 }
 
-class SimulatedKVR9000 : public zelt::widget::SimulatedInstrument
+class SimulatedKVR9000 final : public zelt::widget::SimulatedInstrument
 {
     Q_OBJECT
 public:
