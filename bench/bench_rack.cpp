@@ -12,7 +12,7 @@
 #include "benchclock.h"
 #include "host/mainwindow.h"
 #include "host/pluginmanager.h"
-#include "host/simulatedinstrument.h"
+#include "widget/isimulatorfactory.h"
 
 #include <QAbstractItemModel>
 #include <QApplication>
@@ -82,13 +82,13 @@ QList<int> recordedRows(zelt::host::MainWindow const& host)
 bool measure(zelt::host::PluginManager* plugins, int windows, int seconds, Figures& out)
 {
     QSettings().clear();
-    std::vector<std::unique_ptr<zelt::host::SimulatedInstrument>> units;
+    std::vector<std::unique_ptr<zelt::widget::SimulatedInstrument>> units;
     auto host = std::make_unique<zelt::host::MainWindow>(plugins);
     host->resize(1920, 1080);
     host->show();
     bool ok = true;
     for (int i = 0; i < windows && ok; ++i) {
-        units.push_back(std::make_unique<zelt::host::SimulatedInstrument>());
+        units.emplace_back(plugins->findSimulator()->create());
         QString error;
         ok = units.back()->start(kModel, kLatencyMs)
             && host->openResource(kModel, units.back()->resourceString(),
@@ -177,7 +177,8 @@ int main(int argc, char** argv)
     }
 
     zelt::host::PluginManager plugins;
-    if (plugins.loadFolder(QStringLiteral(ZELT_KVR9000_PLUGIN_DIR)) == 0 || !plugins.findModel(kModel)) {
+    if (plugins.loadFolder(QStringLiteral(ZELT_KVR9000_PLUGIN_DIR)) == 0 || !plugins.findModel(kModel)
+        || !plugins.findSimulator()) {
         std::fprintf(stderr, "no plug-in for %s\n", qPrintable(kModel));
         return 1;
     }

@@ -16,7 +16,7 @@
 #include "store/sessionreader.h"
 #include "store/sessionstore.h"
 #include "tests/common/eventwait.h"
-#include "tests/store/pgserver.h"
+#include "tests/common/pgserver.h"
 #include "widget/equipmentinfo.h"
 
 #include <QAction>

@@ -7,13 +7,13 @@
 #include "host/pluginmanager.h"
 #include "host/sessions/sessionbrowser.h"
 #include "host/sessions/sessionrecorder.h"
-#include "host/simulatedinstrument.h"
 
 #include "measure/io/visa/visaresource.h"
 #include "measure/measureinst.h"
 #include "store/sessionstore.h"
 #include "widget/equipmentwindow.h"
 #include "widget/iequipment.h"
+#include "widget/isimulatorfactory.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -152,7 +152,13 @@ bool MainWindow::open(ConnectRequest const& request, QString* error)
         return openEquipment(info, nullptr, error);
     }
 
-    auto* simulator = new SimulatedInstrument(this);
+    zelt::widget::ISimulatorFactory* factory = m_plugins->findSimulator(plugin->modelInfo.familyName);
+    if (!factory) {
+        if (error)
+            *error = tr("No plug-in simulates the %1 family.").arg(plugin->modelInfo.familyName);
+        return false;
+    }
+    zelt::widget::SimulatedInstrument* simulator = factory->create(this);
     if (!simulator->start(request.model)) {
         if (error)
             *error = simulator->errorString();

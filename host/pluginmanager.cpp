@@ -1,6 +1,7 @@
 #include "host/pluginmanager.h"
 
 #include "widget/iequipment.h"
+#include "widget/isimulatorfactory.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -52,6 +53,11 @@ int PluginManager::loadFolder(QString const& folder)
             delete loader;
             continue;
         }
+        if (auto* simulator = qobject_cast<zelt::widget::ISimulatorFactory*>(instance)) {
+            m_loaders.append(loader);
+            m_simulators.append({path, simulator});
+            continue;
+        }
         auto* equipment = qobject_cast<zelt::widget::IEquipment*>(instance);
         if (!equipment) {
             m_failures.append({path,
@@ -89,6 +95,16 @@ LoadedPlugin const* PluginManager::findFamily(QString const& family) const
     for (LoadedPlugin const& plugin : m_plugins) {
         if (plugin.modelInfo.familyName == family)
             return &plugin;
+    }
+    return nullptr;
+}
+
+zelt::widget::ISimulatorFactory* PluginManager::findSimulator(QString const& family) const
+{
+    for (LoadedSimulator const& simulator : m_simulators) {
+        QString const name = simulator.factory->familyName();
+        if (family.isEmpty() ? findFamily(name) != nullptr : name == family)
+            return simulator.factory;
     }
     return nullptr;
 }

@@ -10,7 +10,7 @@ build=${BUILD_DIR:-build-release}
 started=$SECONDS
 # The "run" preset of CMakePresets.json, so that an IDE builds the same tree.
 cmake --preset run -B "$build" >/dev/null
-cmake --build "$build" --target zelt-host kvr9000 kvr9000-sim
+cmake --build "$build" --target zelt-host kvr9000 kvr9000_simulator kvr9000-sim
 elapsed=$((SECONDS - started))
 echo "Built in $((elapsed / 60)) min $((elapsed % 60)) s."
 

@@ -13,9 +13,13 @@ cmake --build "$build" >/dev/null
 
 folders="framework|driver|window|recording|quicksettings|programmer|widgets|plugin|host|simulator|tests|bench"
 log=$(mktemp)
-trap 'rm -f "$log"' EXIT
+db=$(mktemp -d)
+trap 'rm -rf "$log" "$db"' EXIT
+# The tree precompiles Qt's headers with GCC, whose .gch files clang cannot read: clang-tidy gets
+# the compile commands without them, so that each source is read with what it includes itself.
+sed -e 's# -Winvalid-pch -include [^ ]*/cmake_pch\.hxx##g' "$build/compile_commands.json" >"$db/compile_commands.json"
 status=0
-run-clang-tidy -p "$build" -j "$(nproc)" -quiet "^$PWD/($folders)/" >"$log" 2>&1 || status=$?
+run-clang-tidy -p "$db" -j "$(nproc)" -quiet "^$PWD/($folders)/" >"$log" 2>&1 || status=$?
 # Only the findings, without the per-file command lines and the counts of suppressed warnings.
 grep -v -e '^clang-tidy' -e 'warnings\? generated' -e '^Suppressed' -e '^Use -header-filter' \
     -e '^Use -system-headers' "$log" || true

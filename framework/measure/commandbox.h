@@ -1,12 +1,14 @@
 #pragma once
 // Knows the SCPI commands of one group and forms the texts that query and perform them.
 
+#include "measure/zelt_measure_export.h"
+
 #include <QList>
 #include <QString>
 
 namespace zelt::measure {
 
-class CommandBox
+class ZELT_MEASURE_EXPORT CommandBox
 {
 public:
     // Empty commands are not registered.

@@ -5,6 +5,7 @@
 // sees them; a run without settings puts none on the wire.
 
 #include "measure/queryclient.h"
+#include "measure/zelt_measure_export.h"
 
 #include <QObject>
 #include <QString>
@@ -19,7 +20,7 @@ namespace zelt::measure {
 
 class MeasureInst;
 
-class ErrorQueueReader : public QObject
+class ZELT_MEASURE_EXPORT ErrorQueueReader : public QObject
 {
     Q_OBJECT
 public:

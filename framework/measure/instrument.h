@@ -1,11 +1,13 @@
 #pragma once
 // Base of every instrument driver: something that can be opened, closed and asked whether it runs.
 
+#include "measure/zelt_measure_export.h"
+
 #include <QObject>
 
 namespace zelt::measure {
 
-class Instrument : public QObject
+class ZELT_MEASURE_EXPORT Instrument : public QObject
 {
     Q_OBJECT
 public:

@@ -5,6 +5,7 @@
 // (the window's own start path, so that nothing but the polling is sent).
 
 #include "measure/reconnectpolicy.h"
+#include "measure/zelt_measure_export.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
@@ -22,7 +23,7 @@ namespace io {
 enum class LinkError;
 }
 
-class LinkMonitor : public QObject
+class ZELT_MEASURE_EXPORT LinkMonitor : public QObject
 {
     Q_OBJECT
 public:

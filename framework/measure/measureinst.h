@@ -50,6 +50,7 @@
 
 #include "measure/instrument.h"
 #include "measure/wordbox.h"
+#include "measure/zelt_measure_export.h"
 #include "util/word.h"
 
 #include <QByteArray>
@@ -69,7 +70,7 @@ enum class LinkError;
 
 class QueryClient;
 
-class MeasureInst : public Instrument
+class ZELT_MEASURE_EXPORT MeasureInst : public Instrument
 {
     Q_OBJECT
 public:

@@ -3,6 +3,8 @@
 // ring entries, and the answers to its queries come back to it alone. The
 // contract is written in measureinst.h.
 
+#include "measure/zelt_measure_export.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QObject>
@@ -13,7 +15,7 @@ namespace zelt::measure {
 
 class MeasureInst;
 
-class QueryClient : public QObject
+class ZELT_MEASURE_EXPORT QueryClient : public QObject
 {
     Q_OBJECT
 public:

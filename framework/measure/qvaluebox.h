@@ -2,6 +2,8 @@
 // Value boxes: a number read from the instrument with its text, suffix and unit,
 // and the factory that reads them from the instrument's number texts.
 
+#include "measure/zelt_measure_export.h"
+
 #include <QString>
 #include <QStringView>
 
@@ -10,7 +12,7 @@
 
 namespace zelt::measure {
 
-class QValueBox
+class ZELT_MEASURE_EXPORT QValueBox
 {
 public:
     QValueBox() = default;
@@ -27,7 +29,7 @@ public:
     double scale = 1.0;
 };
 
-class QUnitValueBox : public QValueBox
+class ZELT_MEASURE_EXPORT QUnitValueBox : public QValueBox
 {
 public:
     QUnitValueBox() = default;
@@ -51,7 +53,7 @@ public:
 // value. A non-zero width pads with blanks as QString::arg does (negative: left
 // aligned). A value that rounds to zero carries no minus sign. value and raw both
 // hold the number as read. Not thread-safe: one factory per thread.
-class QValueBoxFactory
+class ZELT_MEASURE_EXPORT QValueBoxFactory
 {
 public:
     QValueBoxFactory& setWidth(int width);

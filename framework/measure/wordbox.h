@@ -2,13 +2,14 @@
 // A queue word with its repeat property: cyclic boxes form the polling ring,
 // acyclic ones run once.
 
+#include "measure/zelt_measure_export.h"
 #include "util/word.h"
 
 #include <QSharedPointer>
 
 namespace zelt::measure {
 
-class WordBox
+class ZELT_MEASURE_EXPORT WordBox
 {
 public:
     WordBox(QSharedPointer<util::Word> word, bool cyclic);
@@ -21,7 +22,7 @@ private:
     bool m_cyclic;
 };
 
-class WordBoxFactory
+class ZELT_MEASURE_EXPORT WordBoxFactory
 {
 public:
     static QSharedPointer<WordBox> makeCyclic(QSharedPointer<util::Word> const& word);

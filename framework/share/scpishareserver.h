@@ -6,6 +6,7 @@
 // lost); while the instrument is not polling, new connections are closed at once.
 
 #include "measure/measureinst.h"
+#include "share/zelt_share_export.h"
 
 #include <QList>
 #include <QObject>
@@ -17,7 +18,7 @@ namespace zelt::share {
 
 class ShareConnection;
 
-class ScpiShareServer : public QObject
+class ZELT_SHARE_EXPORT ScpiShareServer : public QObject
 {
     Q_OBJECT
 public:

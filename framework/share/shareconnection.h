@@ -6,6 +6,7 @@
 // script reads with :SYSTem:ERRor?, as it would from the instrument.
 
 #include "measure/queryclient.h"
+#include "share/zelt_share_export.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -17,7 +18,7 @@ class QTcpSocket;
 
 namespace zelt::share {
 
-class ShareConnection : public QObject
+class ZELT_SHARE_EXPORT ShareConnection : public QObject
 {
     Q_OBJECT
 public:

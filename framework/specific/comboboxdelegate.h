@@ -3,10 +3,11 @@
 // the name that table knows them by.
 
 #include "specific/floatdelegate.h"
+#include "specific/zelt_specific_export.h"
 
 namespace zelt::specific::pxn3000s::programmer {
 
-class ComboBoxDelegate : public FloatDelegate
+class ZELT_SPECIFIC_EXPORT ComboBoxDelegate : public FloatDelegate
 {
     Q_OBJECT
 public:

@@ -3,10 +3,11 @@
 // and whose rows are inserted and removed in the list it shows.
 
 #include "specific/delayertemplatemodel.h"
+#include "specific/zelt_specific_export.h"
 
 namespace zelt::specific::pxn3000s::programmer {
 
-class DelayerModel : public EditableRowsModel<DelayerTemplateModel>
+class ZELT_SPECIFIC_EXPORT DelayerModel : public EditableRowsModel<DelayerTemplateModel>
 {
     Q_OBJECT
 public:

@@ -4,10 +4,11 @@
 
 #include "specific/programmerdata.h"
 #include "specific/rowtablemodel.h"
+#include "specific/zelt_specific_export.h"
 
 namespace zelt::specific::pxn3000s::programmer {
 
-class DelayerTemplateModel : public RowTableModel<DelayerData>
+class ZELT_SPECIFIC_EXPORT DelayerTemplateModel : public RowTableModel<DelayerData>
 {
     Q_OBJECT
 public:

@@ -4,11 +4,13 @@
 // output state in a combo box of "Off" and "On". A number the user did not change is not
 // written back, so a cell keeps its full value although the editor shows it rounded.
 
+#include "specific/zelt_specific_export.h"
+
 #include <QStyledItemDelegate>
 
 namespace zelt::specific::pxn3000s::programmer {
 
-class FloatDelegate : public QStyledItemDelegate
+class ZELT_SPECIFIC_EXPORT FloatDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
 public:

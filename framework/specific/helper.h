@@ -4,10 +4,11 @@
 // decimals and limits from here.
 
 #include "specific/option.h"
+#include "specific/zelt_specific_export.h"
 
 namespace zelt::specific::pxn3000s::programmer {
 
-class Helper
+class ZELT_SPECIFIC_EXPORT Helper
 {
 public:
     static Helper& getInstance();
@@ -47,8 +48,8 @@ private:
 };
 
 // ranges[0], [1] and [2] of a Helper channel (0-based).
-Range_t const& getVRangeOfChannel(int channel);
-Range_t const& getCRangeOfChannel(int channel);
-Range_t const& getPRangeOfChannel(int channel);
+ZELT_SPECIFIC_EXPORT Range_t const& getVRangeOfChannel(int channel);
+ZELT_SPECIFIC_EXPORT Range_t const& getCRangeOfChannel(int channel);
+ZELT_SPECIFIC_EXPORT Range_t const& getPRangeOfChannel(int channel);
 
 } // namespace zelt::specific::pxn3000s::programmer

@@ -4,10 +4,11 @@
 // removed in the list it shows.
 
 #include "specific/listtemplatemodel.h"
+#include "specific/zelt_specific_export.h"
 
 namespace zelt::specific::pxn3000s::programmer {
 
-class ListDataModel : public EditableRowsModel<ListTemplateModel>
+class ZELT_SPECIFIC_EXPORT ListDataModel : public EditableRowsModel<ListTemplateModel>
 {
     Q_OBJECT
 public:

@@ -4,10 +4,11 @@
 
 #include "specific/programmerdata.h"
 #include "specific/rowtablemodel.h"
+#include "specific/zelt_specific_export.h"
 
 namespace zelt::specific::pxn3000s::programmer {
 
-class ListTemplateModel : public RowTableModel<ListData>
+class ZELT_SPECIFIC_EXPORT ListTemplateModel : public RowTableModel<ListData>
 {
     Q_OBJECT
 public:

@@ -3,6 +3,8 @@
 // that stored settings and signal signatures use, so that the template lists
 // pass through QVariant and QSettings and the rows travel in signals.
 
+#include "specific/zelt_specific_export.h"
+
 namespace zelt::specific::pxn3000s::programmer {
 
 // Runs when the library loads; idempotent. Registers the template lists as
@@ -12,6 +14,6 @@ namespace zelt::specific::pxn3000s::programmer {
 // "programmer::ProgrammerData", "QList<programmer::ListData>",
 // "QList<programmer::ListData>&", "QList<programmer::DelayerData>",
 // "QList<programmer::DelayerData>&" and "UploadParam".
-void registerMetaTypes();
+ZELT_SPECIFIC_EXPORT void registerMetaTypes();
 
 } // namespace zelt::specific::pxn3000s::programmer

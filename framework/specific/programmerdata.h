@@ -4,12 +4,14 @@
 // common base, so that one signal can carry either; a receiver narrows it with
 // a dynamic cast.
 
+#include "specific/zelt_specific_export.h"
+
 #include <QList>
 #include <QMetaType>
 
 namespace zelt::specific::pxn3000s::programmer {
 
-class ProgrammerData
+class ZELT_SPECIFIC_EXPORT ProgrammerData
 {
 public:
     ProgrammerData() = default;
@@ -20,7 +22,7 @@ public:
     virtual ~ProgrammerData();
 };
 
-class ListData : public ProgrammerData
+class ZELT_SPECIFIC_EXPORT ListData : public ProgrammerData
 {
 public:
     ListData() = default;
@@ -42,7 +44,7 @@ public:
     double time = 0.0; // dwell in s
 };
 
-class DelayerData : public ProgrammerData
+class ZELT_SPECIFIC_EXPORT DelayerData : public ProgrammerData
 {
 public:
     DelayerData() = default;

@@ -5,12 +5,13 @@
 // a copy of their rows.
 
 #include "specific/programmerdata.h"
+#include "specific/zelt_specific_export.h"
 
 #include <QObject>
 
 namespace zelt::specific::pxn3000s::programmer {
 
-class ProgrammerUploader : public QObject
+class ZELT_SPECIFIC_EXPORT ProgrammerUploader : public QObject
 {
     Q_OBJECT
 public:
@@ -70,7 +71,7 @@ private:
     QList<Row> const m_rows;
 };
 
-class ListUploader : public RowsUploader<ListData>
+class ZELT_SPECIFIC_EXPORT ListUploader : public RowsUploader<ListData>
 {
     Q_OBJECT
 public:
@@ -80,7 +81,7 @@ public:
     }
 };
 
-class DelayerUploader : public RowsUploader<DelayerData>
+class ZELT_SPECIFIC_EXPORT DelayerUploader : public RowsUploader<DelayerData>
 {
     Q_OBJECT
 public:

@@ -6,6 +6,8 @@
 // 76), DelayerTemplateParam 60 bytes, and a list is a 32-bit count and its
 // records.
 
+#include "specific/zelt_specific_export.h"
+
 #include <QDataStream>
 #include <QList>
 #include <QMetaType>
@@ -13,7 +15,7 @@
 namespace zelt::specific::pxn3000s::programmer {
 
 // What each field does to each wave is written down in wavegenerator.h.
-struct ListTemplateParam
+struct ZELT_SPECIFIC_EXPORT ListTemplateParam
 {
     qint32 type = 0; // 0 Sine, 1 Pulse, 2 Ramp, 3 Stair Up, 4 Stair Down, 5 Stair Up Down,
                      // 6 Exponent Rise, 7 Exponent Fall
@@ -39,7 +41,7 @@ struct ListTemplateParam
     bool operator!=(ListTemplateParam const& o) const { return !(*this == o); }
 };
 
-struct DelayerTemplateParam
+struct ZELT_SPECIFIC_EXPORT DelayerTemplateParam
 {
     qint32 type = 0; // 0 Fix Time, 1 Increase, 2 Decline
     qint32 pattern = 0; // 1 "01 Pattern", 10 "10 Pattern"
@@ -62,25 +64,25 @@ constexpr int kPattern10 = 10;
 
 // A record of the given type at its defaults; a type beyond the table keeps
 // the defaults common to all types.
-void resetListTemplateParam(ListTemplateParam& param, unsigned char type);
-void resetDelayerTemplateParam(DelayerTemplateParam& param, unsigned char type);
+ZELT_SPECIFIC_EXPORT void resetListTemplateParam(ListTemplateParam& param, unsigned char type);
+ZELT_SPECIFIC_EXPORT void resetDelayerTemplateParam(DelayerTemplateParam& param, unsigned char type);
 // Exactly one record per type, in type order, at their defaults.
-void resetListTemplateParams(QList<ListTemplateParam>& params);
-void resetDelayerTemplateParams(QList<DelayerTemplateParam>& params);
+ZELT_SPECIFIC_EXPORT void resetListTemplateParams(QList<ListTemplateParam>& params);
+ZELT_SPECIFIC_EXPORT void resetDelayerTemplateParams(QList<DelayerTemplateParam>& params);
 
-QDataStream& operator<<(QDataStream& s, ListTemplateParam const& p);
-QDataStream& operator>>(QDataStream& s, ListTemplateParam& p);
-QDataStream& operator<<(QDataStream& s, DelayerTemplateParam const& p);
-QDataStream& operator>>(QDataStream& s, DelayerTemplateParam& p);
+ZELT_SPECIFIC_EXPORT QDataStream& operator<<(QDataStream& s, ListTemplateParam const& p);
+ZELT_SPECIFIC_EXPORT QDataStream& operator>>(QDataStream& s, ListTemplateParam& p);
+ZELT_SPECIFIC_EXPORT QDataStream& operator<<(QDataStream& s, DelayerTemplateParam const& p);
+ZELT_SPECIFIC_EXPORT QDataStream& operator>>(QDataStream& s, DelayerTemplateParam& p);
 
 // The lists read their count without trusting it: records are read one by one
 // until the count or the bytes run out, and a list cut short comes back empty
 // with the stream's status at QDataStream::ReadPastEnd. A record that fails
 // leaves its target untouched.
-QDataStream& operator<<(QDataStream& s, QList<ListTemplateParam> const& list);
-QDataStream& operator>>(QDataStream& s, QList<ListTemplateParam>& list);
-QDataStream& operator<<(QDataStream& s, QList<DelayerTemplateParam> const& list);
-QDataStream& operator>>(QDataStream& s, QList<DelayerTemplateParam>& list);
+ZELT_SPECIFIC_EXPORT QDataStream& operator<<(QDataStream& s, QList<ListTemplateParam> const& list);
+ZELT_SPECIFIC_EXPORT QDataStream& operator>>(QDataStream& s, QList<ListTemplateParam>& list);
+ZELT_SPECIFIC_EXPORT QDataStream& operator<<(QDataStream& s, QList<DelayerTemplateParam> const& list);
+ZELT_SPECIFIC_EXPORT QDataStream& operator>>(QDataStream& s, QList<DelayerTemplateParam>& list);
 
 } // namespace zelt::specific::pxn3000s::programmer
 

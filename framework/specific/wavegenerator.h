@@ -74,6 +74,7 @@
 
 #include "specific/programmerdata.h"
 #include "specific/templateparams.h"
+#include "specific/zelt_specific_export.h"
 
 #include <QList>
 #include <Qt>
@@ -82,13 +83,13 @@ namespace zelt::specific::pxn3000s::programmer {
 
 constexpr int kMaxWaveRows = 4096;
 
-QList<ListData> make_list_wave(ListTemplateParam const& param);
+ZELT_SPECIFIC_EXPORT QList<ListData> make_list_wave(ListTemplateParam const& param);
 // Empty when the parameters cannot be generated.
-QList<DelayerData> make_delayer_wave(DelayerTemplateParam const& param);
+ZELT_SPECIFIC_EXPORT QList<DelayerData> make_delayer_wave(DelayerTemplateParam const& param);
 
 // Rows that the template describes, before the cap; 0 when it gives none.
-qint64 list_wave_length(ListTemplateParam const& param);
-qint64 delayer_wave_length(DelayerTemplateParam const& param);
+ZELT_SPECIFIC_EXPORT qint64 list_wave_length(ListTemplateParam const& param);
+ZELT_SPECIFIC_EXPORT qint64 delayer_wave_length(DelayerTemplateParam const& param);
 
 // Plots a sequence. Each entry of rows holds a value and the row's dwell in
 // ticks (time * 10^timeDecimals); a missing, negative or non-finite dwell
@@ -98,7 +99,7 @@ qint64 delayer_wave_length(DelayerTemplateParam const& param);
 // for the dwell (two points a row: a step curve); with any other alignment a
 // row is one point at its start, joined to the next by a straight line, and a
 // last point at the end carries the last value on. No rows give no points.
-void make_plot_values(QList<QList<double>> const& rows, QList<double>& x, QList<double>& y,
-                      QFlags<Qt::AlignmentFlag> alignment);
+ZELT_SPECIFIC_EXPORT void make_plot_values(QList<QList<double>> const& rows, QList<double>& x,
+                                           QList<double>& y, QFlags<Qt::AlignmentFlag> alignment);
 
 } // namespace zelt::specific::pxn3000s::programmer

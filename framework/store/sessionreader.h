@@ -4,13 +4,14 @@
 // deletion. Of a PostgreSQL target it reads the server.
 
 #include "store/storetypes.h"
+#include "store/zelt_store_export.h"
 
 #include <QList>
 #include <QString>
 
 namespace zelt::store {
 
-class SessionReader
+class ZELT_STORE_EXPORT SessionReader
 {
 public:
     explicit SessionReader(StoreTarget target);

@@ -6,6 +6,7 @@
 // keeps them while the server is away.
 
 #include "store/storetypes.h"
+#include "store/zelt_store_export.h"
 
 #include <QObject>
 #include <QString>
@@ -19,7 +20,7 @@ namespace detail {
 struct Shared;
 }
 
-class SessionStore : public QObject
+class ZELT_STORE_EXPORT SessionStore : public QObject
 {
     Q_OBJECT
 public:

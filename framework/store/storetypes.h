@@ -2,6 +2,8 @@
 // What the session store keeps and where: one window's run (a session), its segments
 // (a Clear or a change of columns starts one) and its rows.
 
+#include "store/zelt_store_export.h"
+
 #include <QDateTime>
 #include <QList>
 #include <QString>
@@ -14,7 +16,7 @@ constexpr int kNumberColumns = 24;
 
 // Where the sessions go: a SQLite file, or a PostgreSQL database with a local SQLite
 // file that holds the rows the server has not taken yet.
-struct StoreTarget
+struct ZELT_STORE_EXPORT StoreTarget
 {
     enum class Kind { Sqlite, Postgres };
     Kind kind = Kind::Sqlite;
@@ -36,7 +38,7 @@ struct StoreTarget
 };
 
 // Who made a session.
-struct SessionHeader
+struct ZELT_STORE_EXPORT SessionHeader
 {
     QString instrument;
     QString model;
@@ -45,7 +47,7 @@ struct SessionHeader
 
 enum class SessionState { Open = 0, Ended = 1, Interrupted = 2 };
 
-struct SessionInfo
+struct ZELT_STORE_EXPORT SessionInfo
 {
     qint64 id = 0;
     SessionHeader header;
@@ -56,7 +58,7 @@ struct SessionInfo
     qint64 rows = 0;
 };
 
-struct Segment
+struct ZELT_STORE_EXPORT Segment
 {
     int number = 0;
     qint64 firstSeq = 0; // the sequence number of its first row
@@ -64,7 +66,7 @@ struct Segment
     QStringList columns;
 };
 
-struct StoredRow
+struct ZELT_STORE_EXPORT StoredRow
 {
     qint64 seq = 0; // 0, 1, 2, ... in the order the rows came, across segments
     int segment = 0;
@@ -73,7 +75,7 @@ struct StoredRow
 };
 
 // Minimum and maximum of one numeric column over a slice of time.
-struct Bucket
+struct ZELT_STORE_EXPORT Bucket
 {
     qint64 firstMs = 0;
     qint64 lastMs = 0;

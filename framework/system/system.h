@@ -1,11 +1,13 @@
 #pragma once
 // Bridges to the desktop the application runs on.
 
+#include "system/zelt_system_export.h"
+
 #include <QString>
 
 namespace zelt::system {
 
-class System
+class ZELT_SYSTEM_EXPORT System
 {
 public:
     // Hands the file to the desktop's default application for its type. False

@@ -1,6 +1,8 @@
 #pragma once
 // Text helpers for instrument words and the CSV files of the record and the programmer.
 
+#include "util/zelt_util_export.h"
+
 #include <QList>
 #include <QString>
 
@@ -10,7 +12,7 @@ class QAbstractTableModel;
 
 namespace zelt::util::character {
 
-class Character
+class ZELT_UTIL_EXPORT Character
 {
 public:
     // Trims white space, CR and LF at both ends; inner text stays as it is.

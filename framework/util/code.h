@@ -1,12 +1,14 @@
 #pragma once
 // What a queue word carries: a polymorphic payload, and the bytes that go on the wire for it.
 
+#include "util/zelt_util_export.h"
+
 #include <QByteArray>
 #include <QString>
 
 namespace zelt::util {
 
-class Code
+class ZELT_UTIL_EXPORT Code
 {
 public:
     virtual ~Code();
@@ -24,7 +26,7 @@ protected:
 // sending the same word again and again costs no conversion: the text without
 // trailing white space, then a line feed. A template filled with an empty
 // argument ("CMD %1" with "") therefore reaches the instrument as the bare command.
-class StringCode : public Code
+class ZELT_UTIL_EXPORT StringCode : public Code
 {
 public:
     explicit StringCode(QString text);

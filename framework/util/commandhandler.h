@@ -1,6 +1,8 @@
 #pragma once
 // Dispatch table from a command's query text to the function that decodes its answer.
 
+#include "util/zelt_util_export.h"
+
 #include <QHash>
 #include <QString>
 
@@ -8,7 +10,7 @@
 
 namespace zelt::util::gadget {
 
-class CommandHandler
+class ZELT_UTIL_EXPORT CommandHandler
 {
 public:
     using Handler = std::function<bool(QString const& word, QString const& response)>;

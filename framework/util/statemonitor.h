@@ -3,11 +3,13 @@
 // samples must not overwrite the control widgets until the instrument has had
 // time to take the new value.
 
+#include "util/zelt_util_export.h"
+
 #include <functional>
 
 namespace zelt::util::gadget {
 
-class StateMonitor
+class ZELT_UTIL_EXPORT StateMonitor
 {
 public:
     // release runs once when a countdown ends.

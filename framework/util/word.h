@@ -2,12 +2,13 @@
 // One entry of the command queue: a code and how long the queue waits for its answer.
 
 #include "util/code.h"
+#include "util/zelt_util_export.h"
 
 #include <QSharedPointer>
 
 namespace zelt::util {
 
-class Word
+class ZELT_UTIL_EXPORT Word
 {
 public:
     // time: milliseconds to wait for the response; 0 awaits none.

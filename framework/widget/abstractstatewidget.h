@@ -2,6 +2,8 @@
 // Base of the display widgets of an instrument panel: a widget that is lit or
 // dimmed by named states, each with its own background and text colour.
 
+#include "widget/zelt_widget_export.h"
+
 #include <QColor>
 #include <QWidget>
 
@@ -9,7 +11,7 @@
 
 namespace zelt::widget {
 
-class AbstractStateWidget : public QWidget
+class ZELT_WIDGET_EXPORT AbstractStateWidget : public QWidget
 {
     Q_OBJECT
 public:

@@ -3,11 +3,13 @@
 // written with setChecked() (say from an instrument's reading) emits nothing,
 // so it can't be taken for an edit.
 
+#include "widget/zelt_widget_export.h"
+
 #include <QCheckBox>
 
 namespace zelt::widget {
 
-class CCheckbox : public QCheckBox
+class ZELT_WIDGET_EXPORT CCheckbox : public QCheckBox
 {
     Q_OBJECT
 public:

@@ -3,13 +3,14 @@
 // and the window that a plug-in makes for it.
 
 #include "measure/io/ioequipinfo.h"
+#include "widget/zelt_widget_export.h"
 
 #include <QSharedPointer>
 #include <QString>
 
 namespace zelt::widget {
 
-class EquipmentInfo
+class ZELT_WIDGET_EXPORT EquipmentInfo
 {
 public:
     EquipmentInfo() = default;

@@ -3,6 +3,7 @@
 // that carries the EquipmentInfo it was made for.
 
 #include "widget/equipmentinfo.h"
+#include "widget/zelt_widget_export.h"
 
 #include <QMdiSubWindow>
 #include <QPointer>
@@ -20,7 +21,7 @@ class MeasureInst;
 namespace zelt::widget {
 
 // The output as the instrument last reported it; all false before the first sample.
-struct OutputState
+struct ZELT_WIDGET_EXPORT OutputState
 {
     bool valid = false; // a sample has been read
     bool outputOn = false;
@@ -32,7 +33,7 @@ enum class Protection { OverVoltage, OverCurrent };
 
 // The parts of a window that a host may reach without knowing the plug-in. The
 // window hands them over once, after it has made them; any of them may be missing.
-struct EquipmentParts
+struct ZELT_WIDGET_EXPORT EquipmentParts
 {
     QPointer<zelt::measure::MeasureInst> queue; // the instrument's command queue
     QPointer<QAction> start; // starts and stops the polling, as the user's Start does
@@ -42,7 +43,7 @@ struct EquipmentParts
     std::function<void(Protection)> clearProtection; // sends the instrument's clear command
 };
 
-class EquipmentWindow : public QMdiSubWindow
+class ZELT_WIDGET_EXPORT EquipmentWindow : public QMdiSubWindow
 {
     Q_OBJECT
 public:

@@ -4,6 +4,7 @@
 
 #include "widget/equipmentinfo.h"
 #include "widget/modelinfo.h"
+#include "widget/zelt_widget_export.h"
 
 #include <QObject>
 #include <QSharedPointer>
@@ -13,7 +14,7 @@ namespace zelt::widget {
 
 class EquipmentWindow;
 
-class IEquipment : public QObject
+class ZELT_WIDGET_EXPORT IEquipment : public QObject
 {
     Q_OBJECT
 public:

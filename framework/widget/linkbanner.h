@@ -4,6 +4,8 @@
 // Each subject is one row of its own, with its buttons; the band hides when no
 // row is left.
 
+#include "widget/zelt_widget_export.h"
+
 #include <QFrame>
 #include <QHash>
 #include <QList>
@@ -15,7 +17,7 @@ class QVBoxLayout;
 
 namespace zelt::widget {
 
-class LinkBanner : public QFrame
+class ZELT_WIDGET_EXPORT LinkBanner : public QFrame
 {
     Q_OBJECT
 public:

@@ -4,13 +4,14 @@
 
 #include "widget/equipmentviewinfo.h"
 #include "widget/updateinfo.h"
+#include "widget/zelt_widget_export.h"
 
 #include <QList>
 #include <QString>
 
 namespace zelt::widget {
 
-class ModelInfo
+class ZELT_WIDGET_EXPORT ModelInfo
 {
 public:
     QString familyName;

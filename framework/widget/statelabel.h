@@ -3,12 +3,13 @@
 // its colours from its state.
 
 #include "widget/abstractstatewidget.h"
+#include "widget/zelt_widget_export.h"
 
 class QLabel;
 
 namespace zelt::widget {
 
-class StateLabel : public AbstractStateWidget
+class ZELT_WIDGET_EXPORT StateLabel : public AbstractStateWidget
 {
     Q_OBJECT
 public:

@@ -3,6 +3,7 @@
 // hand the states set on it down to them, so that one call lights a group.
 
 #include "widget/abstractstatewidget.h"
+#include "widget/zelt_widget_export.h"
 
 #include <QList>
 
@@ -10,7 +11,7 @@ class QBoxLayout;
 
 namespace zelt::widget {
 
-class StateWidgetBox : public AbstractStateWidget
+class ZELT_WIDGET_EXPORT StateWidgetBox : public AbstractStateWidget
 {
     Q_OBJECT
 public:

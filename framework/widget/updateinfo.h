@@ -1,13 +1,15 @@
 #pragma once
 // One released version of a plug-in, for the host's version history.
 
+#include "widget/zelt_widget_export.h"
+
 #include <QDate>
 #include <QList>
 #include <QString>
 
 namespace zelt::widget {
 
-struct UpdateInfo
+struct ZELT_WIDGET_EXPORT UpdateInfo
 {
     UpdateInfo() = default;
     UpdateInfo(QDate const& date, QString const& version, QList<QString> const& notes);

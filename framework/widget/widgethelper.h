@@ -1,6 +1,8 @@
 #pragma once
 // Lookups over widget trees.
 
+#include "widget/zelt_widget_export.h"
+
 #include <QList>
 #include <QString>
 
@@ -8,7 +10,7 @@ class QObject;
 
 namespace zelt::widget {
 
-class WidgetHelper
+class ZELT_WIDGET_EXPORT WidgetHelper
 {
 public:
     // The children of parent that inherit one of the classes named in classNames

@@ -6,6 +6,7 @@
 
 #include "measure/io/visa/visalibrary.h"
 #include "store/sessionstore.h"
+#include "widget/isimulatorfactory.h"
 #include "widget/modelinfo.h"
 
 #include <QApplication>
@@ -23,7 +24,6 @@
 
 namespace {
 
-QString const kDefaultModel = QStringLiteral("KVR9040-40");
 int const kOpenTimeoutMs = 30000;
 
 void setUpParser(QCommandLineParser& parser)
@@ -182,18 +182,22 @@ int main(int argc, char* argv[])
     QString error;
     bool opening = false;
     QString const name = parser.value("name");
+    // With no instrument named: a simulated unit of the first family that brings a simulator.
+    zelt::widget::ISimulatorFactory const* simulator = plugins.findSimulator();
+    QString const defaultModel = simulator ? simulator->defaultModel() : QString();
     if (parser.isSet("simulate")) {
         opening = window.openSimulated(parser.value("simulate"), name, &error);
     } else if (parser.isSet("resource")) {
         opening = window.openResource(parser.value("model"), parser.value("resource"), name, &error);
-    } else if (screenshot.isEmpty() && !parser.isSet("no-restore") && window.offerRestore([&window, name] {
-                   QString declinedError;
-                   if (!window.openSimulated(kDefaultModel, name, &declinedError))
-                       window.showConnectDialog(false);
-               })) {
+    } else if (screenshot.isEmpty() && !parser.isSet("no-restore")
+               && window.offerRestore([&window, name, defaultModel] {
+                      QString declinedError;
+                      if (defaultModel.isEmpty() || !window.openSimulated(defaultModel, name, &declinedError))
+                          window.showConnectDialog(false);
+                  })) {
         // Asked, not blocking: the answer opens the instruments.
-    } else if (plugins.findModel(kDefaultModel)) {
-        opening = window.openSimulated(kDefaultModel, name, &error);
+    } else if (!defaultModel.isEmpty()) {
+        opening = window.openSimulated(defaultModel, name, &error);
     } else {
         // From the event loop: a message box it may show must not hold up what follows.
         QTimer::singleShot(0, &window, [&window] { window.showConnectDialog(false); });

@@ -30,10 +30,13 @@ private:
             if (next.toString().isEmpty())
                 return files->reject();
             files->selectFile(next.toString());
+            // selectFile() leaves a name field that has the focus alone: type the name as a user does.
+            if (auto* name = files->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")))
+                name->setText(next.toString());
             static_cast<QDialog*>(files)->accept();
-            // A directory still loading can clear the name just chosen: the dialog then stays
-            // open and gets the same name again on the next tick.
-            if (files->isVisible())
+            // A directory still loading can clear the name just typed: the dialog then stays
+            // open and gets the same name again on the next tick, a few times at most.
+            if (files->isVisible() && ++m_retries < 50)
                 m_answers.prepend(next);
         } else if (auto* box = qobject_cast<QMessageBox*>(modal)) {
             shown << QStringLiteral("%1 [%2] %3")
@@ -47,4 +50,5 @@ private:
 
     QVariantList m_answers;
     QTimer m_timer;
+    int m_retries = 0;
 };

@@ -84,8 +84,12 @@ private Q_SLOTS:
             "host.png\n$");
         // The box that says no plug-in is loaded must not keep the run from ending.
         row("screenshot, no plug-in", QStringList {"--plugin-dir", m_empty.path()} + shot, 0, "host.png\n$");
+        // Simulated units come from the family's own simulator plug-in; the demo family has none.
+        row("simulated, family without a simulator", plugins + QStringList {"--simulate", "KVR9040-40"} + bad,
+            1, "^$", "Demo");
         if (ZELT_HAVE_SIMULATOR)
-            row("screenshot, simulated", plugins + shot + QStringList {"--simulate", "KVR9040-40"}, 0,
+            row("screenshot, simulated",
+                QStringList {"--plugin-dir", ZELT_KVR9000_PLUGIN_DIR, "--simulate", "KVR9040-40"} + shot, 0,
                 "host.png\n$");
     }
 

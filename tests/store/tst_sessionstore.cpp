@@ -3,7 +3,7 @@
 // read-only folders stop the logging with a message and lose nothing already stored.
 
 #include "tests/common/files.h"
-#include "tests/store/pgserver.h"
+#include "tests/common/pgserver.h"
 #include "tests/store/storetarget.h"
 
 #include "store/sessionreader.h"

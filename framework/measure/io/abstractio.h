@@ -3,6 +3,8 @@
 // starts it, and opened() or errorOccurred() follow through the event loop.
 // All signals come on the thread of the object.
 
+#include "measure/zelt_measure_export.h"
+
 #include <QByteArray>
 #include <QObject>
 #include <QString>
@@ -20,7 +22,7 @@ enum class LinkError {
     Other,
 };
 
-class AbstractIO : public QObject
+class ZELT_MEASURE_EXPORT AbstractIO : public QObject
 {
     Q_OBJECT
 public:

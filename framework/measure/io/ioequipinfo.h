@@ -1,13 +1,15 @@
 #pragma once
 // How an equipment is reached: its I/O channel.
 
+#include "measure/zelt_measure_export.h"
+
 #include <QSharedPointer>
 
 namespace zelt::measure::io {
 
 class AbstractIO;
 
-class IOEquipInfo
+class ZELT_MEASURE_EXPORT IOEquipInfo
 {
 public:
     IOEquipInfo() = default;

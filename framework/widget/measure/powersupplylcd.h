@@ -2,6 +2,8 @@
 // The live display of a power supply: a dark panel with a strip of annunciators
 // (mode, regulation, protections) beside a column of readings.
 
+#include "widget/zelt_widget_export.h"
+
 #include <QFrame>
 #include <QList>
 
@@ -16,7 +18,7 @@ namespace zelt::widget::measure {
 
 class ValueWidget;
 
-class PowerSupplyLCD : public QFrame
+class ZELT_WIDGET_EXPORT PowerSupplyLCD : public QFrame
 {
     Q_OBJECT
 public:

@@ -3,6 +3,7 @@
 // and dimmed together.
 
 #include "widget/statewidgetbox.h"
+#include "widget/zelt_widget_export.h"
 
 namespace zelt::widget {
 class StateLabel;
@@ -10,7 +11,7 @@ class StateLabel;
 
 namespace zelt::widget::measure {
 
-class ValueWidget : public StateWidgetBox
+class ZELT_WIDGET_EXPORT ValueWidget : public StateWidgetBox
 {
     Q_OBJECT
 public:

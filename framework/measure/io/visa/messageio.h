@@ -9,6 +9,7 @@
 // finish within the time-out is TimedOut.
 
 #include "measure/io/abstractio.h"
+#include "measure/zelt_measure_export.h"
 
 #include <functional>
 #include <memory>
@@ -21,7 +22,7 @@ namespace zelt::measure::io::visa {
 class MessageLink;
 class MessageWorker;
 
-class MessageIO : public AbstractIO
+class ZELT_MEASURE_EXPORT MessageIO : public AbstractIO
 {
     Q_OBJECT
 public:

@@ -4,6 +4,7 @@
 // a link on a worker thread; nothing here touches Qt's event loop.
 
 #include "measure/io/abstractio.h"
+#include "measure/zelt_measure_export.h"
 
 #include <QByteArray>
 #include <QString>
@@ -12,14 +13,14 @@ namespace zelt::measure::io::visa {
 
 // Why a call of a link failed. cause is a phrase that follows
 // "Cannot connect to <resource>: " or "... lost: ".
-struct LinkFailure
+struct ZELT_MEASURE_EXPORT LinkFailure
 {
     // MessageIO counts Other on an open link as Lost, and Lost at open as Refused.
     LinkError kind = LinkError::Other;
     QString cause;
 };
 
-class MessageLink
+class ZELT_MEASURE_EXPORT MessageLink
 {
 public:
     enum class ReadResult { Data, Timeout, Failed };

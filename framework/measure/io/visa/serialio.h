@@ -6,13 +6,14 @@
 // Permission; an open port whose device goes or fails is Lost.
 
 #include "measure/io/abstractio.h"
+#include "measure/zelt_measure_export.h"
 
 #include <QSerialPort>
 #include <QVariantMap>
 
 namespace zelt::measure::io::visa {
 
-struct SerialSettings
+struct ZELT_MEASURE_EXPORT SerialSettings
 {
     qint32 baudRate = 9600;
     QSerialPort::DataBits dataBits = QSerialPort::Data8;
@@ -27,7 +28,7 @@ struct SerialSettings
     static bool fromAttributes(QVariantMap const& attributes, SerialSettings& settings, QString& error);
 };
 
-class SerialIO : public AbstractIO
+class ZELT_MEASURE_EXPORT SerialIO : public AbstractIO
 {
     Q_OBJECT
 public:

@@ -7,13 +7,14 @@
 // TimedOut; an open link closed by the peer or broken is Lost.
 
 #include "measure/io/abstractio.h"
+#include "measure/zelt_measure_export.h"
 
 class QTcpSocket;
 class QTimer;
 
 namespace zelt::measure::io::visa {
 
-class TcpSocketIO : public AbstractIO
+class ZELT_MEASURE_EXPORT TcpSocketIO : public AbstractIO
 {
     Q_OBJECT
 public:

@@ -4,6 +4,7 @@
 // serial number in sysfs. A write is one command, a read one answer.
 
 #include "measure/io/visa/messagelink.h"
+#include "measure/zelt_measure_export.h"
 
 #include <QList>
 
@@ -11,7 +12,7 @@ namespace zelt::measure::io::visa {
 
 struct VisaResource;
 
-class UsbTmcLink : public MessageLink
+class ZELT_MEASURE_EXPORT UsbTmcLink : public MessageLink
 {
 public:
     struct Device

@@ -2,13 +2,14 @@
 // The I/O description of a VISA instrument: its model text beside the channel.
 
 #include "measure/io/ioequipinfo.h"
+#include "measure/zelt_measure_export.h"
 
 #include <QString>
 #include <QVariant>
 
 namespace zelt::measure::io::visa {
 
-class VisaEquipInfo : public IOEquipInfo
+class ZELT_MEASURE_EXPORT VisaEquipInfo : public IOEquipInfo
 {
 public:
     VisaEquipInfo() = default;

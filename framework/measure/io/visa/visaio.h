@@ -11,12 +11,13 @@
 
 #include "measure/io/abstractio.h"
 #include "measure/io/visa/visaresource.h"
+#include "measure/zelt_measure_export.h"
 
 #include <QVariantMap>
 
 namespace zelt::measure::io::visa {
 
-class VisaIO : public AbstractIO
+class ZELT_MEASURE_EXPORT VisaIO : public AbstractIO
 {
     Q_OBJECT
 public:

@@ -3,6 +3,8 @@
 // product starts on machines without one. A library is loaded once per process
 // and stays; its calls are safe from any thread, as VISA requires.
 
+#include "measure/zelt_measure_export.h"
+
 #include <QLibrary>
 #include <QMutex>
 #include <QStringList>
@@ -11,7 +13,7 @@
 
 namespace zelt::measure::io::visa {
 
-class VisaLibrary
+class ZELT_MEASURE_EXPORT VisaLibrary
 {
 public:
     using ViStatus = qint32;

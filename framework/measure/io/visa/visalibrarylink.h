@@ -7,12 +7,13 @@
 
 #include "measure/io/visa/messagelink.h"
 #include "measure/io/visa/visalibrary.h"
+#include "measure/zelt_measure_export.h"
 
 #include <memory>
 
 namespace zelt::measure::io::visa {
 
-class VisaLibraryLink : public MessageLink
+class ZELT_MEASURE_EXPORT VisaLibraryLink : public MessageLink
 {
 public:
     VisaLibraryLink(std::shared_ptr<VisaLibrary> library, QString resource);

@@ -3,11 +3,13 @@
 // "TCPIP::host::inst0::INSTR", "ASRL/dev/ttyUSB0::INSTR", "ASRL3::INSTR",
 // "USB0::0x1AB1::0x04CE::DS1ZA1234::0::INSTR". Keywords are case-insensitive.
 
+#include "measure/zelt_measure_export.h"
+
 #include <QString>
 
 namespace zelt::measure::io::visa {
 
-struct VisaResource
+struct ZELT_MEASURE_EXPORT VisaResource
 {
     enum class Kind { Invalid, TcpipSocket, TcpipInstr, Asrl, Usb, Gpib };
 

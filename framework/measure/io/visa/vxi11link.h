@@ -4,10 +4,11 @@
 // Refused, a failed write Lost.
 
 #include "measure/io/visa/messagelink.h"
+#include "measure/zelt_measure_export.h"
 
 namespace zelt::measure::io::visa {
 
-class Vxi11Link : public MessageLink
+class ZELT_MEASURE_EXPORT Vxi11Link : public MessageLink
 {
 public:
     Vxi11Link(QString host, QString lanDevice);

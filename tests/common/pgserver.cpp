@@ -1,4 +1,4 @@
-#include "tests/store/pgserver.h"
+#include "tests/common/pgserver.h"
 
 #include <QDir>
 #include <QFileInfo>

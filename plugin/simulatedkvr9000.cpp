@@ -1,32 +1,21 @@
-#include "host/simulatedinstrument.h"
+#include "plugin/simulatedkvr9000.h"
+
+#include "simulator/simoptions.h"
+#include "simulator/simserver.h"
 
 #include <QThread>
 
-#if ZELT_HAVE_SIMULATOR
-#include "simulator/simoptions.h"
-#include "simulator/simserver.h"
-#endif
-
-namespace zelt::host {
-
-SimulatedInstrument::SimulatedInstrument(QObject* parent)
-    : QObject(parent)
+SimulatedKVR9000::SimulatedKVR9000(QObject* parent)
+    : zelt::widget::SimulatedInstrument(parent)
 {
 }
 
-SimulatedInstrument::~SimulatedInstrument()
+SimulatedKVR9000::~SimulatedKVR9000()
 {
     stop();
 }
 
-bool SimulatedInstrument::isAvailable()
-{
-    return ZELT_HAVE_SIMULATOR;
-}
-
-#if ZELT_HAVE_SIMULATOR
-
-bool SimulatedInstrument::start(QString const& model, int latencyMs)
+bool SimulatedKVR9000::start(QString const& model, int latencyMs)
 {
     stop();
     m_error.clear();
@@ -34,7 +23,7 @@ bool SimulatedInstrument::start(QString const& model, int latencyMs)
     m_thread->setObjectName(QStringLiteral("simulator"));
     m_thread->start();
     m_server = new kvrsim::SimServer;
-    // Nobody reads the log of the built-in instrument; keep it from growing all day.
+    // Nobody reads the log of a simulated unit; keep it from growing all day.
     m_server->setLogLimit(1000);
     m_server->moveToThread(m_thread);
 
@@ -49,12 +38,10 @@ bool SimulatedInstrument::start(QString const& model, int latencyMs)
         m_server,
         [&] {
             started = m_server->start(options);
-            if (started) {
-                m_port = m_server->port();
+            if (started)
                 m_resource = m_server->resourceString();
-            } else {
+            else
                 m_error = m_server->errorString();
-            }
         },
         Qt::BlockingQueuedConnection);
     if (!started) {
@@ -66,7 +53,7 @@ bool SimulatedInstrument::start(QString const& model, int latencyMs)
     return true;
 }
 
-void SimulatedInstrument::stop()
+void SimulatedKVR9000::stop()
 {
     if (m_server) {
         kvrsim::SimServer* server = m_server;
@@ -85,22 +72,5 @@ void SimulatedInstrument::stop()
         delete m_thread;
         m_thread = nullptr;
     }
-    m_port = 0;
     m_resource.clear();
 }
-
-#else
-
-bool SimulatedInstrument::start(QString const& model, int)
-{
-    m_error = tr("This build has no simulated instrument (%1).").arg(model);
-    return false;
-}
-
-void SimulatedInstrument::stop()
-{
-}
-
-#endif
-
-} // namespace zelt::host
