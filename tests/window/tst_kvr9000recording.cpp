@@ -65,7 +65,9 @@ private Q_SLOTS:
             QList<double> const values {ch.voltage.measured.value, ch.current.measured.value, ch.power.value};
             for (int g = 0; g < 3; ++g) {
                 QCPGraph* graph = chart()->graph(g);
-                if (graph->dataCount() != last + 1 || (graph->data()->constEnd() - 1)->value != values.at(g))
+                auto const point = graph->data()->constEnd() - 1;
+                if (graph->dataCount() != last + 1 || point->value != values.at(g)
+                    || point->key != QCPAxisTickerDateTime::dateTimeToKey(data->dateTime()))
                     mismatches << QStringLiteral("graph %1 at row %2").arg(g).arg(last);
             }
             ++seen;
