@@ -260,7 +260,8 @@ private Q_SLOTS:
     {
         SKIP_WITHOUT_SERVER(true);
         StoreTarget const where = onServer(QStringLiteral("away"));
-        int const total = 1500;
+        // More rows kept while the server is away than one forwarding batch takes.
+        int const total = 6500;
         {
             SessionStore store(where);
             QSignalSpy messages(&store, &SessionStore::message);
@@ -268,13 +269,13 @@ private Q_SLOTS:
             appendRows(store, id, 0, 500);
             QVERIFY(store.flush(10000));
             QVERIFY(m_pg.stop());
-            appendRows(store, id, 500, 1000);
+            appendRows(store, id, 500, 6000);
             QVERIFY(!store.flush(1500));
             QTRY_VERIFY_WITH_TIMEOUT(!messages.isEmpty(), 10000);
             QVERIFY2(messages.first().first().toString().contains(QStringLiteral("kept")),
                      qPrintable(messages.first().first().toString()));
             QVERIFY(m_pg.restart());
-            appendRows(store, id, 1000, total);
+            appendRows(store, id, 6000, total);
             store.endSession(id);
             QVERIFY(store.flush(20000));
         }
