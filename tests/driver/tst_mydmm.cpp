@@ -347,24 +347,6 @@ private Q_SLOTS:
         QCOMPARE(extraLines(from), expected);
     }
 
-    void togglesBeforeTheFirstSample()
-    {
-        // The second line opens the ring built for the mode: no sample exists yet, and what is queued now
-        // survives. The argument counts.
-        connect(m_peer, &LinePeer::lineReceived, this, [this] {
-            if (lines().size() != 2 || !m_dmm->lastMeasureData().isNull())
-                return;
-            m_dmm->cmdToggleOutput(true);
-            m_dmm->cmdToggleOVP(false);
-            m_dmm->cmdToggleOCP(true);
-        });
-        QVERIFY(m_dmm->open());
-        QVERIFY(waitSamples(2));
-        QCOMPARE(extraLines(0),
-                 (QStringList {":OUTPut:STATe ON", ":SOURce:VOLTage:PROTection:STATe OFF",
-                               ":SOURce:CURRent:PROTection:STATe ON"}));
-    }
-
     void queryGroups_data()
     {
         QTest::addColumn<Action>("action");

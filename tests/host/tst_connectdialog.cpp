@@ -132,27 +132,6 @@ private Q_SLOTS:
         QVERIFY(ConnectDialog::recentResources().isEmpty());
     }
 
-    void recentResources()
-    {
-        QStringList used;
-        for (int i = 0; i < ConnectDialog::kRecentResourceCount + 2; ++i) {
-            used.prepend(QString("TCPIP0::10.0.0.%1::5025::SOCKET").arg(i));
-            ConnectDialog dialog(m_families);
-            fill(dialog, "A-1", "", used.first());
-            dialog.accept();
-        }
-        QCOMPARE(ConnectDialog::recentResources(), used.mid(0, ConnectDialog::kRecentResourceCount));
-
-        // Using an older one again moves it to the front without doubling it.
-        {
-            ConnectDialog dialog(m_families);
-            fill(dialog, "A-1", "", used.at(3));
-            dialog.accept();
-        }
-        used.move(3, 0);
-        QCOMPARE(ConnectDialog::recentResources(), used.mid(0, ConnectDialog::kRecentResourceCount));
-    }
-
     void foundResources_data()
     {
         QTest::addColumn<QStringList>("recent");

@@ -67,25 +67,6 @@ private Q_SLOTS:
         }
         QCOMPARE(failed, failedNames);
     }
-
-    void missingFolderAndFind()
-    {
-        PluginManager manager;
-        QCOMPARE(manager.loadFolder(QStringLiteral("/nonexistent/zelt/plugins")), 0);
-        QCOMPARE(manager.failures().size(), 1);
-        QVERIFY(!manager.failures().first().reason.isEmpty());
-
-        QTemporaryDir dir;
-        QVERIFY(
-            QFile::copy(ZELT_DEMO_PLUGIN_FILE, dir.filePath(QFileInfo(ZELT_DEMO_PLUGIN_FILE).fileName())));
-        QCOMPARE(manager.loadFolder(dir.path()), 1);
-        QVERIFY(manager.findModel("KVR9800-2"));
-        QCOMPARE(manager.findModel("KVR9800-2")->modelInfo.familyName, QString("Demo"));
-        QCOMPARE(manager.findModel("KVR9800-3"), nullptr);
-        QCOMPARE(manager.findModel("kvr9800-2"), nullptr); // model texts are exact
-        QVERIFY(manager.findFamily("Demo"));
-        QCOMPARE(manager.findFamily("demo"), nullptr);
-    }
 };
 
 QTEST_MAIN(TestPluginManager)

@@ -292,36 +292,6 @@ private Q_SLOTS:
         QCOMPARE(int(io->errorKind()), int(kind));
     }
 
-    void vxi11ConnectTimeOutKeepsTheLoopTurning()
-    {
-        // A portmapper that takes the question and never answers.
-        QTcpServer silent;
-        if (!silent.listen(QHostAddress::LocalHost, kvrsim::Vxi11Server::kPortmapperPort))
-            QSKIP(qPrintable(QStringLiteral("cannot bind port 111 (not root?): ") + silent.errorString()));
-        QString const resource = QStringLiteral("TCPIP0::127.0.0.1::INSTR");
-        auto io = QSharedPointer<VisaIO>::create(resource);
-        int const bound = 1000;
-        io->setTimeout(bound);
-        MeasureInst inst(io, true);
-        QSignalSpy errors(&inst, &MeasureInst::ioError);
-
-        // The event loop turns while the connect hangs: a blocked one would fire the timer once.
-        int ticks = 0;
-        QTimer tick;
-        connect(&tick, &QTimer::timeout, this, [&ticks] { ++ticks; });
-        tick.start(100);
-        QElapsedTimer clock;
-        clock.start();
-        inst.open();
-        QTRY_COMPARE_WITH_TIMEOUT(errors.size(), 1, 10000);
-        QVERIFY2(clock.elapsed() >= bound, qPrintable(QStringLiteral("%1 ms").arg(clock.elapsed())));
-        QVERIFY2(ticks >= 3, qPrintable(QStringLiteral("%1 turns").arg(ticks)));
-        QString const message = errors.first().first().toString();
-        QVERIFY2(message.contains(resource) && message.contains(QStringLiteral("no answer within 1000 ms")),
-                 qPrintable(message));
-        QCOMPARE(int(io->errorKind()), int(LinkError::TimedOut));
-    }
-
     void lateAnswerIsNotTakenForTheNext_data()
     {
         // Neither has a device clear: the late answer is read away.

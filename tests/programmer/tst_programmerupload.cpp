@@ -7,7 +7,6 @@
 
 #include "programmer/dialogprogrammer.h"
 #include "simulator/kvrinstrument.h"
-#include "util/character.h"
 
 namespace {
 
@@ -312,20 +311,6 @@ private Q_SLOTS:
             QTest::mouseClick(dialog->findChild<QPushButton*>(button), Qt::LeftButton);
         }
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList {saved});
-    }
-
-    // A file far beyond any sequence is refused with a word before anything of it is read.
-    void loadRefusesLargeFile()
-    {
-        QTemporaryDir dir;
-        QString const blank = dir.filePath(QStringLiteral("blank.csv"));
-        QVERIFY(writeFile(blank, QByteArray(2 * zelt::util::character::Character::kCsvMostBytes, '\n')));
-        DialogProgrammer* dialog = openDialog();
-        DialogScript script({blank});
-        QTest::mouseClick(dialog->findChild<QPushButton*>("btnListLoad"), Qt::LeftButton);
-        QCOMPARE(dialog->findChild<QStatusBar*>()->currentMessage(),
-                 QStringLiteral("The file is too large for a sequence"));
-        QCOMPARE(dialog->findChild<QTableView*>("tvList")->model()->rowCount(), 0);
     }
 
 private:

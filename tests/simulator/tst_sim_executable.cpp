@@ -1,9 +1,8 @@
-// kvr9000-sim as its own process: the listening line and an answer over TCP, and its exit status
-// on bad input. Its transports are tested in process with the framework's clients.
+// kvr9000-sim as its own process: the listening line and an answer over TCP. Its transports
+// are tested in process with the framework's clients.
 
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
 
@@ -62,35 +61,6 @@ private Q_SLOTS:
         while (answers.count('\n') < 2 && socket.waitForReadyRead(5000))
             answers.append(socket.readAll());
         QCOMPARE(answers, kIdentity.toLatin1() + "\n10.000,0.5000,5.000\n");
-    }
-
-    void refuses_data()
-    {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QString>("message");
-        auto row = [](char const* name, QStringList const& arguments, char const* message) {
-            QTest::newRow(name) << arguments << QString(message);
-        };
-        row("model outside the family", {"--model", "KVR9999-1", "--port", "0"}, "KVR9999-1");
-        row("no model", {"--port", "0"}, "--model");
-        row("busy port", {"--model", "KVR9040-40", "--port", "BUSY"}, "Cannot listen");
-    }
-
-    void refuses()
-    {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, message);
-        QTcpServer holder;
-        QVERIFY(holder.listen(QHostAddress::LocalHost, 0));
-        arguments.replaceInStrings("BUSY", QString::number(holder.serverPort()));
-        QProcess process;
-        process.start(KVR9000_SIM_EXECUTABLE, arguments);
-        QVERIFY(process.waitForFinished(10000));
-        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(process.exitCode(), 2);
-        QVERIFY(process.readAllStandardOutput().isEmpty());
-        QString const error = QString::fromLocal8Bit(process.readAllStandardError());
-        QVERIFY2(error.contains(message), qPrintable(error));
     }
 };
 

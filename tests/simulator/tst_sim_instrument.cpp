@@ -302,20 +302,6 @@ private Q_SLOTS:
         m_clock.advance(2000);
         QCOMPARE(ask({":DELAY:STAT?", ":OUTP?"}), finalState);
     }
-
-    void errorQueueLimit()
-    {
-        for (int i = 0; i < 20; ++i)
-            send(i % 2 ? ":BOGUS" : ":SOUR:VOLT 99");
-        QStringList kept;
-        for (int i = 0; i < 15; ++i)
-            kept << (i % 2 ? "-113" : "-222");
-        QCOMPARE(errors(), kept.join(',') + ",-350");
-
-        send(":BOGUS");
-        send("*CLS");
-        QCOMPARE(errors(), "");
-    }
 };
 
 QTEST_GUILESS_MAIN(TestSimInstrument)

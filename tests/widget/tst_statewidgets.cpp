@@ -1,13 +1,10 @@
-#include "widget/measure/powersupplylcd.h"
 #include "widget/measure/valuewidget.h"
 #include "widget/statelabel.h"
-#include "widget/statewidgetbox.h"
 
 #include <QLabel>
 #include <QTest>
 
 using namespace zelt::widget;
-using zelt::widget::measure::PowerSupplyLCD;
 using zelt::widget::measure::ValueWidget;
 
 namespace {
@@ -91,54 +88,6 @@ private Q_SLOTS:
         QVERIFY(value.unitWidget()->isVisible());
         value.setUnit(QString());
         QVERIFY(!value.unitWidget()->isVisible());
-    }
-
-    void panel()
-    {
-        // As the instrument window builds it: five annunciators, three readings, and the group
-        // readouts of voltage, current and power inserted at 2, 1 and 0; the current one hidden.
-        PowerSupplyLCD lcd(5, 3, 0, 0, 0, nullptr, {});
-        QList<ValueWidget*> own;
-        QList<ValueWidget*> group;
-        for (int i = 0; i < 3; ++i) {
-            own << lcd.measureWidget(i);
-            own.last()->setValue(QStringLiteral("%1.000").arg(12 * (i + 1)));
-            own.last()->setUnit(QStringList {"V", "A", "W"}.at(i));
-            group << new ValueWidget(nullptr, {});
-            group.last()->setValue(QStringLiteral("%1.00").arg(24 * (i + 1)));
-        }
-        for (int i : {2, 1, 0})
-            lcd.measure()->insert(i, group.at(i));
-        group.at(0)->show();
-        group.at(1)->hide();
-        group.at(2)->show();
-        for (int i = 0; i < lcd.headerWidgetCount(); ++i)
-            lcd.headerWidget(i)->setText(QStringLiteral("OVP"));
-        lcd.refreshLayout();
-        QList<ValueWidget*> readings;
-        for (int i = 0; i < lcd.measureWidgetCount(); ++i)
-            readings << lcd.measureWidget(i);
-        QCOMPARE(
-            readings,
-            (QList<ValueWidget*> {group.at(0), own.at(0), group.at(1), own.at(1), group.at(2), own.at(2)}));
-
-        lcd.resize(lcd.sizeHint().expandedTo(QSize(320, 0)));
-        lcd.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&lcd));
-        // Visible readings stack top to bottom in the box's order, right of the annunciators; the
-        // hidden one takes no room.
-        QList<QWidget*> const visible {group.at(0), own.at(0), own.at(1), group.at(2), own.at(2)};
-        for (int i = 1; i < visible.size(); ++i)
-            QVERIFY(visible.at(i - 1)->geometry().bottom() < visible.at(i)->geometry().top());
-        QVERIFY(lcd.measure()->rect().contains(own.at(2)->geometry()));
-        QWidget const* header = lcd.headerWidget(4);
-        QVERIFY(header->mapTo(&lcd, header->rect().bottomRight()).x()
-                < lcd.measure()->mapTo(&lcd, QPoint()).x());
-
-        // One call on the measure box lights every reading, also the inserted ones.
-        lcd.measure()->setStateOn(2, true);
-        for (ValueWidget* w : readings)
-            QVERIFY(w->isStateOn(2));
     }
 };
 
