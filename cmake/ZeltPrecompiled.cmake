@@ -1,7 +1,7 @@
-# Most sources spend more time reading Qt's headers than compiling their own lines. Two
+# Most sources spend more time reading Qt's headers than compiling their own lines. Three
 # targets precompile those headers, once each: one compiled as the libraries and plug-ins are
 # (position-independent, hidden symbols), one as the executables and the static libraries they
-# link. Every other target reuses the matching one; GCC's -Winvalid-pch, an error here, says so
+# link, one as the unoptimised suites and benchmarks. Every other target reuses the matching one; GCC's -Winvalid-pch, an error here, says so
 # when a target's flags stop matching.
 option(ZELT_PRECOMPILE_HEADERS "Precompile the Qt headers that most sources include" ON)
 
@@ -49,6 +49,11 @@ function(zelt_precompile_headers)
     zelt_precompile_donor(zelt_pch_executable ${modules})
     target_precompile_headers(zelt_pch_executable PRIVATE ${zelt_pch_headers})
 
+    # For the code that zelt_unoptimised_in_checked_builds() compiles without optimisation.
+    zelt_precompile_donor(zelt_pch_unoptimised ${modules})
+    target_precompile_headers(zelt_pch_unoptimised PRIVATE ${zelt_pch_headers})
+    target_compile_options(zelt_pch_unoptimised PRIVATE $<$<CONFIG:Debug>:-O0>)
+
     foreach(folder IN LISTS ARGN)
         zelt_precompile_folder(${folder})
     endforeach()
@@ -60,9 +65,12 @@ function(zelt_precompile_folder folder)
         get_target_property(type ${target} TYPE)
         get_target_property(visibility ${target} CXX_VISIBILITY_PRESET)
         get_target_property(links ${target} LINK_LIBRARIES)
+        get_target_property(options ${target} COMPILE_OPTIONS)
         if(target MATCHES "^zelt_pch_" OR NOT links MATCHES "Qt6::|zelt_|kvr9000_")
             # The precompiling targets, and plain C++ such as the stand-in VISA library.
             continue()
+        elseif(options MATCHES "-O0")
+            target_precompile_headers(${target} REUSE_FROM zelt_pch_unoptimised)
         elseif(visibility STREQUAL "hidden")
             target_precompile_headers(${target} REUSE_FROM zelt_pch_library)
         elseif(type MATCHES "EXECUTABLE|STATIC_LIBRARY")

@@ -1,3 +1,11 @@
+# zelt_unoptimised_in_checked_builds(): the suites, benchmarks and their support code of the
+# calling folder are compiled without optimisation in a Debug tree. They are half of the checked
+# tree's compile time at -O1; the product's code keeps its flags, and with them the warnings that
+# only the optimiser finds.
+function(zelt_unoptimised_in_checked_builds)
+    add_compile_options($<$<CONFIG:Debug>:-O0>)
+endfunction()
+
 # zelt_add_test(<subject> SOURCES <files...> LIBS <targets...>)
 # Builds tst_<subject> and registers it with CTest. Every suite runs offscreen,
 # with its own configuration folders, and a sanitizer report ends it with failure.
