@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-    cmake ninja-build g++                              # the build
+    cmake ninja-build g++ lld                          # the build (LLVM's linker: faster links)
     qt6-base-dev qt6-base-dev-tools qt6-serialport-dev # Qt, and the serial-line transport
     libqcustomplot-dev                                 # the charts
     liblxi-dev libtirpc-dev                            # the VXI-11 transport
