@@ -2,8 +2,10 @@
 
 #include "host/connectdialog.h"
 #include "host/console/scpiconsole.h"
+#include "host/instrumentarea.h"
 #include "host/instrumentlist.h"
 #include "host/instrumentsession.h"
+#include "host/lastinstruments.h"
 #include "host/pluginmanager.h"
 #include "host/sessions/sessionbrowser.h"
 #include "host/sessions/sessionrecorder.h"
@@ -23,7 +25,6 @@
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMessageBox>
-#include <QSettings>
 #include <QStatusBar>
 #include <QTableView>
 #include <QTimer>
@@ -36,13 +37,11 @@ namespace zelt::host {
 MainWindow::MainWindow(PluginManager* plugins, QWidget* parent)
     : QMainWindow(parent)
     , m_plugins(plugins)
-    , m_mdi(new QMdiArea(this))
+    , m_mdi(new InstrumentArea(this))
     , m_list(new InstrumentListDock(this))
 {
     setWindowTitle(tr("Zelt Instruments"));
     setWindowIcon(QIcon(QStringLiteral(":/images/zelt-host.png")));
-    m_mdi->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-    m_mdi->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setCentralWidget(m_mdi);
     addDockWidget(Qt::BottomDockWidgetArea, m_list);
     connect(m_list, &InstrumentListDock::activated, this, [this](InstrumentSession* session) {
@@ -61,6 +60,11 @@ MainWindow::MainWindow(PluginManager* plugins, QWidget* parent)
 }
 
 MainWindow::~MainWindow() = default;
+
+QMdiArea* MainWindow::mdiArea() const
+{
+    return m_mdi;
+}
 
 void MainWindow::createMenus()
 {
@@ -279,7 +283,7 @@ QList<InstrumentSession*> MainWindow::sessions() const
 void MainWindow::updateWindowMenu()
 {
     m_windowMenu->clear();
-    m_windowMenu->addAction(tr("&Tile"), this, &MainWindow::tile);
+    m_windowMenu->addAction(tr("&Tile"), m_mdi, &InstrumentArea::tile);
     m_windowMenu->addAction(tr("&Cascade"), m_mdi, &QMdiArea::cascadeSubWindows);
     m_windowMenu->addAction(m_list->toggleViewAction());
     QList<QMdiSubWindow*> const windows = m_mdi->subWindowList();
@@ -303,82 +307,19 @@ void MainWindow::updateWindowMenu()
     }
 }
 
-void MainWindow::tile()
-{
-    QList<QMdiSubWindow*> windows;
-    for (QMdiSubWindow* window : m_mdi->subWindowList()) {
-        if (!window->isHidden())
-            windows.append(window);
-    }
-    if (windows.isEmpty())
-        return;
-    // A grid as square as the count allows, every cell inside the area, so that no scroll bar
-    // appears; a window may be smaller than its content would like and scrolls inside instead.
-    int const count = int(windows.size());
-    int columns = 1;
-    while (columns * columns < count)
-        ++columns;
-    int const rows = (count + columns - 1) / columns;
-    QSize const area = m_mdi->viewport()->size();
-    for (int i = 0; i < count; ++i) {
-        QMdiSubWindow* window = windows.at(i);
-        int const row = i / columns;
-        int const column = i % columns;
-        // The last row's windows share its width.
-        int const inRow = row == rows - 1 ? count - row * columns : columns;
-        int const x0 = column * area.width() / inRow;
-        int const x1 = (column + 1) * area.width() / inRow;
-        int const y0 = row * area.height() / rows;
-        int const y1 = (row + 1) * area.height() / rows;
-        window->showNormal();
-        window->setMinimumSize(0, 0);
-        window->setGeometry(x0, y0, x1 - x0, y1 - y0);
-    }
-}
-
-QList<ConnectRequest> MainWindow::savedInstruments()
-{
-    QSettings settings;
-    QList<ConnectRequest> requests;
-    int const count = settings.beginReadArray(QStringLiteral("lastInstruments"));
-    for (int i = 0; i < count; ++i) {
-        settings.setArrayIndex(i);
-        ConnectRequest request;
-        request.family = settings.value(QStringLiteral("family")).toString();
-        request.model = settings.value(QStringLiteral("model")).toString();
-        request.name = settings.value(QStringLiteral("name")).toString();
-        request.resource = settings.value(QStringLiteral("resource")).toString();
-        request.simulated = settings.value(QStringLiteral("simulated")).toBool();
-        if (!request.model.isEmpty())
-            requests.append(request);
-    }
-    settings.endArray();
-    return requests;
-}
-
 void MainWindow::saveOpenInstruments() const
 {
-    QSettings settings;
-    settings.beginWriteArray(QStringLiteral("lastInstruments"));
-    int index = 0;
+    QList<ConnectRequest> requests;
     for (InstrumentSession* session : sessions()) {
-        auto const info = session->equipment();
-        if (!info)
-            continue;
-        settings.setArrayIndex(index++);
-        settings.setValue(QStringLiteral("family"), info->family);
-        settings.setValue(QStringLiteral("model"), info->model);
-        settings.setValue(QStringLiteral("name"), info->name);
-        // A simulated instrument gets a new port each time: its model is what counts.
-        settings.setValue(QStringLiteral("resource"), info->simulated ? QString() : info->resource);
-        settings.setValue(QStringLiteral("simulated"), info->simulated);
+        if (auto const info = session->equipment())
+            requests.append({info->family, info->model, info->name, info->resource, info->simulated});
     }
-    settings.endArray();
+    LastInstruments::save(requests);
 }
 
 bool MainWindow::offerRestore(std::function<void()> declined)
 {
-    QList<ConnectRequest> const requests = savedInstruments();
+    QList<ConnectRequest> const requests = LastInstruments::load();
     if (requests.isEmpty())
         return false;
     QStringList lines;

@@ -20,6 +20,7 @@ class SessionStore;
 
 namespace zelt::host {
 
+class InstrumentArea;
 class InstrumentListDock;
 class InstrumentSession;
 class PluginManager;
@@ -32,7 +33,7 @@ public:
     explicit MainWindow(PluginManager* plugins, QWidget* parent = nullptr);
     ~MainWindow() override;
 
-    QMdiArea* mdiArea() const { return m_mdi; }
+    QMdiArea* mdiArea() const;
 
     // Each opens the window of one instrument and returns false with the reason
     // in error when it can't. The window shows as soon as the plug-in returns it.
@@ -46,16 +47,12 @@ public:
     // Shows the connect dialog, not blocking; simulated preselects the simulator.
     void showConnectDialog(bool simulated = false);
 
-    // The instruments that were open when the host last quit.
-    static QList<ConnectRequest> savedInstruments();
     // Asks, not blocking, whether to reopen the saved instruments, and reopens them on Yes;
     // declined runs on No. False, asking nothing, when none were saved.
     bool offerRestore(std::function<void()> declined = {});
     // The host's record of each open instrument, in the order they were opened.
     QList<InstrumentSession*> sessions() const;
     InstrumentListDock* instrumentList() const { return m_list; }
-    // Tiles the instrument windows in a grid that fills the area.
-    void tile();
     // The session of the active instrument window, if any.
     InstrumentSession* activeSession() const;
     // Shows the SCPI console of the instrument in a dock of its own, made on first use.
@@ -93,7 +90,7 @@ private:
     bool instrumentsOpen() const;
 
     PluginManager* m_plugins;
-    QMdiArea* m_mdi;
+    InstrumentArea* m_mdi;
     InstrumentListDock* m_list;
     QMenu* m_windowMenu = nullptr;
     QList<QPointer<InstrumentSession>> m_sessions;
