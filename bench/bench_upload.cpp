@@ -1,7 +1,9 @@
-// A 128-row list and a 128-row delayer uploaded to the in-process simulator the way a user
-// does it: the programmer's Upload button, the window's turn-taking, the driver's queue. Rows
-// per second, lines on the wire per row, and the share of the upload's wall time in which a
-// word awaited the instrument's answer, at 0 ms and at 2 ms answer latency.
+// A 128-row list and a 128-row delayer uploaded to the simulator the way a user does it: the
+// programmer's Upload button, the window's turn-taking, the driver's queue. Rows per second,
+// lines on the wire per row, and the share of the upload's wall time in which a word awaited
+// the instrument's answer, at 0 ms and at 2 ms answer latency. The simulator runs on a thread
+// of its own, as an instrument on the bench is a device of its own: whatever the host draws
+// while a query is out costs the instrument nothing.
 
 #include "driver/mydmm.h"
 #include "plugin/kvr9000.h"
@@ -16,11 +18,13 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QMutex>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStandardPaths>
 #include <QTabWidget>
 #include <QTableView>
+#include <QThread>
 #include <QTimer>
 
 #include <cstdio>
@@ -38,33 +42,113 @@ struct Figures
     double busyShare = 0;
 };
 
-// One upload from the dialog's button until the dialog is usable again. A query keeps the
-// client waiting until the simulator has actually sent its answer (its latency timer may fire
-// late, and that wait is still the instrument's); from then, and after a line that awaits
-// nothing, the time until the next line is the client's own.
-bool upload(kvrsim::SimServer& server, DialogProgrammer* dialog, bool delayer, Figures& out)
+// What the instrument sees of an upload, counted on its own thread as the lines come. A query
+// keeps the client waiting until the simulator has actually sent its answer (its latency timer
+// may fire late, and that wait is still the instrument's); from then, and after a line that
+// awaits nothing, the time until the next line is the client's own.
+class Meter
 {
-    int lines = 0;
-    int sequenceLines = 0;
-    QString const prefix = delayer ? QStringLiteral(":DELAY") : QStringLiteral(":LIST");
-    QElapsedTimer clock;
-    qint64 idle = 0;
-    qint64 freeSince = 0; // when the client last became free to send
-    bool awaiting = false;
-    auto const watch = QObject::connect(&server, &kvrsim::SimServer::lineReceived, [&](QString const& line) {
-        qint64 const now = clock.nsecsElapsed();
-        if (!awaiting)
-            idle += now - freeSince;
-        awaiting = line.contains(QLatin1Char('?'));
-        freeSince = now;
-        ++lines;
-        if (line.startsWith(prefix))
-            ++sequenceLines;
-    });
-    auto const answered = QObject::connect(&server, &kvrsim::SimServer::answerSent, [&] {
-        awaiting = false;
-        freeSince = clock.nsecsElapsed();
-    });
+public:
+    // Before the server goes, the meter must not: its thread may count a line at any time.
+    void watch(kvrsim::SimServer* server)
+    {
+        QObject::connect(server, &kvrsim::SimServer::lineReceived, server, [this](QString const& line) {
+            QMutexLocker lock(&m_mutex);
+            if (!m_counting)
+                return;
+            qint64 const now = m_clock.nsecsElapsed();
+            if (!m_awaiting)
+                m_idle += now - m_freeSince;
+            m_awaiting = line.contains(QLatin1Char('?'));
+            m_freeSince = now;
+            ++m_lines;
+            if (line.startsWith(m_prefix))
+                ++m_sequenceLines;
+        });
+        QObject::connect(server, &kvrsim::SimServer::answerSent, server, [this] {
+            QMutexLocker lock(&m_mutex);
+            m_awaiting = false;
+            m_freeSince = m_clock.nsecsElapsed();
+        });
+    }
+
+    void begin(QString const& prefix)
+    {
+        QMutexLocker lock(&m_mutex);
+        m_prefix = prefix;
+        m_lines = m_sequenceLines = 0;
+        m_idle = m_freeSince = 0;
+        m_awaiting = false;
+        m_counting = true;
+        m_clock.start();
+    }
+
+    void end(Figures& out)
+    {
+        QMutexLocker lock(&m_mutex);
+        m_counting = false;
+        qint64 const total = m_clock.nsecsElapsed();
+        if (!m_awaiting)
+            m_idle += total - m_freeSince;
+        out.rowsPerSecond = kRows / (double(total) / 1e9);
+        out.linesPerRow = double(m_lines) / kRows;
+        out.sequenceLinesPerRow = double(m_sequenceLines) / kRows;
+        out.busyShare = 1.0 - double(std::min(m_idle, total)) / double(total);
+    }
+
+private:
+    QMutex m_mutex;
+    QElapsedTimer m_clock;
+    QString m_prefix;
+    bool m_counting = false;
+    bool m_awaiting = false;
+    qint64 m_idle = 0;
+    qint64 m_freeSince = 0; // when the client last became free to send
+    int m_lines = 0;
+    int m_sequenceLines = 0;
+};
+
+// The simulator with its own event loop; it is made, started and removed on that thread.
+class InstrumentThread
+{
+public:
+    ~InstrumentThread()
+    {
+        if (m_server)
+            QMetaObject::invokeMethod(
+                m_server, [this] { delete m_server; }, Qt::BlockingQueuedConnection);
+        m_thread.quit();
+        m_thread.wait();
+    }
+
+    // The server, null when it could not listen; resource is the address to open.
+    kvrsim::SimServer* start(kvrsim::SimOptions const& options, QString& resource)
+    {
+        m_thread.start();
+        auto* server = new kvrsim::SimServer;
+        server->moveToThread(&m_thread);
+        m_server = server;
+        bool started = false;
+        QMetaObject::invokeMethod(
+            server,
+            [&] {
+                started = server->start(options);
+                resource = server->resourceString();
+                if (!started)
+                    std::fprintf(stderr, "simulator: %s\n", qPrintable(server->errorString()));
+            },
+            Qt::BlockingQueuedConnection);
+        return started ? server : nullptr;
+    }
+
+private:
+    QThread m_thread;
+    kvrsim::SimServer* m_server = nullptr;
+};
+
+// One upload from the dialog's button until the dialog is usable again.
+bool upload(Meter& meter, DialogProgrammer* dialog, bool delayer, Figures& out)
+{
     // The user watches the tab that uploads: its table follows the row in transit.
     dialog->findChild<QTabWidget*>(QStringLiteral("tabWidget"))->setCurrentIndex(delayer ? 1 : 0);
     // The switch is drawn before the user clicks, not inside the upload.
@@ -77,38 +161,29 @@ bool upload(kvrsim::SimServer& server, DialogProgrammer* dialog, bool delayer, F
     QObject::connect(dialog, &DialogProgrammer::uploaderStoped, &loop, &QEventLoop::quit,
                      Qt::QueuedConnection);
     QTimer::singleShot(120000, &loop, &QEventLoop::quit);
-    clock.start();
+    meter.begin(delayer ? QStringLiteral(":DELAY") : QStringLiteral(":LIST"));
     button->click();
     loop.exec();
-    bool const done = dialog->isEnabled() && !bar->isVisible();
-    qint64 const total = clock.nsecsElapsed();
-    QObject::disconnect(watch);
-    QObject::disconnect(answered);
-    if (!done || bar->value() != kRows)
-        return false;
-    if (!awaiting)
-        idle += total - freeSince;
-    out.rowsPerSecond = kRows / (double(total) / 1e9);
-    out.linesPerRow = double(lines) / kRows;
-    out.sequenceLinesPerRow = double(sequenceLines) / kRows;
-    out.busyShare = 1.0 - double(std::min(idle, total)) / double(total);
-    return true;
+    meter.end(out);
+    return dialog->isEnabled() && !bar->isVisible() && bar->value() == kRows;
 }
 
 bool measure(int latencyMs, Figures& list, Figures& delayer)
 {
-    kvrsim::SimServer server;
     kvrsim::SimOptions options;
     options.model = kModel;
     options.noise = 0.0;
     options.latencyMs = latencyMs;
-    if (!server.start(options)) {
-        std::fprintf(stderr, "simulator: %s\n", qPrintable(server.errorString()));
+    Meter meter;
+    InstrumentThread instrument;
+    QString resource;
+    kvrsim::SimServer* server = instrument.start(options, resource);
+    if (!server)
         return false;
-    }
+    meter.watch(server);
     KVR9000 plugin;
-    auto const info = zelt::widget::EquipmentInfo::makeVisa(kModel, QStringLiteral("KVR9000"), kModel,
-                                                            server.resourceString());
+    auto const info
+        = zelt::widget::EquipmentInfo::makeVisa(kModel, QStringLiteral("KVR9000"), kModel, resource);
     QPointer<KVR9000Window> window = qobject_cast<KVR9000Window*>(plugin.window(info));
     if (!window)
         return false;
@@ -127,7 +202,7 @@ bool measure(int latencyMs, Figures& list, Figures& delayer)
     listView->model()->insertRows(0, kRows);
     delayerView->model()->insertRows(0, kRows);
 
-    bool const ok = upload(server, dialog, false, list) && upload(server, dialog, true, delayer);
+    bool const ok = upload(meter, dialog, false, list) && upload(meter, dialog, true, delayer);
     window->close();
     waitUntil([&] { return window.isNull(); }, 10000);
     return ok;

@@ -25,7 +25,6 @@
 #include <QSpinBox>
 #include <QStatusBar>
 #include <QTableView>
-#include <QTimer>
 
 #include <algorithm>
 #include <cmath>
@@ -320,11 +319,6 @@ void DialogProgrammer::initWidget()
     progressBar = new QProgressBar;
     progressBar->setTextVisible(false);
     progressBar->hide();
-    // A repaint of the dialog costs more than a row's own exchange with the instrument: the
-    // upload is drawn at most 25 times a second.
-    m_progressTimer = new QTimer(this);
-    m_progressTimer->setInterval(40);
-    connect(m_progressTimer, &QTimer::timeout, this, &DialogProgrammer::showRowInTransit);
     statusBar = new QStatusBar(this);
     statusBar->addPermanentWidget(progressBar, 1);
     layout()->addWidget(statusBar);
@@ -1342,26 +1336,17 @@ void DialogProgrammer::setupUploader(UploadMode mode)
         progressBar->setRange(0, count);
         progressBar->setValue(0);
         progressBar->show();
-        m_rowInTransit = -1;
-        m_rowShown = -1;
-        m_progressTimer->start();
         UploadParam param = getUploadParamFromUI(mode);
         param.groups = count;
         Q_EMIT uploaderStarted(param);
     });
     connect(up, &ProgrammerUploader::nextData, this, [this](int index, ProgrammerData const& data) {
-        // Only the first and the last row are drawn here, so that the bar is full before
-        // finished(); the rows between follow on the progress timer, which mostly fires while
-        // the instrument works on its answer rather than between an answer and the next row.
-        m_rowInTransit = index;
-        if (index == 0 || index + 1 == progressBar->maximum())
-            showRowInTransit();
+        showRowInTransit(index);
         Q_EMIT uploaderNextData(index, data);
     });
     connect(up, &ProgrammerUploader::error, this, &DialogProgrammer::uploaderError);
     connect(up, &ProgrammerUploader::finished, this, &DialogProgrammer::uploaderFinished);
     connect(up, &ProgrammerUploader::stoped, this, [this, up] {
-        m_progressTimer->stop();
         setEnabled(true);
         progressBar->hide();
         Q_EMIT uploaderStoped();
@@ -1371,15 +1356,16 @@ void DialogProgrammer::setupUploader(UploadMode mode)
     });
 }
 
-void DialogProgrammer::showRowInTransit()
+void DialogProgrammer::showRowInTransit(int row)
 {
-    if (m_rowInTransit < 0 || m_rowInTransit == m_rowShown)
-        return;
-    m_rowShown = m_rowInTransit;
-    progressBar->setValue(m_rowInTransit + 1);
+    // A progress bar repaints at once on each step; held, the step joins the dialog's next
+    // paint with the table's instead.
+    progressBar->setUpdatesEnabled(false);
+    progressBar->setValue(row + 1);
+    progressBar->setUpdatesEnabled(true);
     QTableView* view = dataSide(ui, m_uploadMode).view;
     view->clearSelection();
-    view->selectionModel()->setCurrentIndex(view->model()->index(m_rowInTransit, 0),
+    view->selectionModel()->setCurrentIndex(view->model()->index(row, 0),
                                             QItemSelectionModel::Select | QItemSelectionModel::Rows);
 }
 

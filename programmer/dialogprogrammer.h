@@ -20,7 +20,6 @@ class QCustomPlot;
 class QProgressBar;
 class QStatusBar;
 class QTableView;
-class QTimer;
 class Ui_DialogProgrammer;
 
 namespace zelt::specific::pxn3000s::programmer {
@@ -168,7 +167,7 @@ private:
     void uploaderStart(UploadMode mode);
     void sequenceRunStart(UploadMode mode);
     // Moves the bar and the highlighted row to the row in transit.
-    void showRowInTransit();
+    void showRowInTransit(int row);
 
     // Says in the status bar when the library's row cap cut a template short.
     void reportCappedTemplate(qint64 fullLength);
@@ -176,9 +175,6 @@ private:
     Ui_DialogProgrammer* ui = nullptr;
     QStatusBar* statusBar = nullptr;
     QProgressBar* progressBar = nullptr;
-    QTimer* m_progressTimer = nullptr; // redraws the bar and the row in transit during an upload
-    int m_rowInTransit = -1;
-    int m_rowShown = -1;
     zelt::specific::pxn3000s::programmer::ProgrammerUploader* uploader = nullptr;
     UploadMode m_uploadMode = UploadList;
     bool m_sequenceRunning[2] = {false, false}; // as last reported, by mode

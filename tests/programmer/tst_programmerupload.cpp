@@ -76,12 +76,22 @@ private Q_SLOTS:
         }
         fillRows(view, rows, count);
         dialog->findChild<QSpinBox*>(delayer ? "spinDelayerStartNum" : "spinListStartNum")->setValue(start);
-        // Each step of the bar, beside the rows that the instrument had received by then.
+        // As the instrument answers each read-back: the bar, the rows highlighted, the item read.
         auto* bar = dialog->findChild<QProgressBar*>();
-        QRegularExpression const rowWrite(QStringLiteral("^:(LISTout|DELAY):PARAmeter \\d"));
+        QRegularExpression const readBack(QStringLiteral("^:(LISTout|DELAY):PARAmeter\\? (\\d+),1$"));
         QStringList steps;
-        connect(bar, &QProgressBar::valueChanged, this, [&](int v) {
-            steps << QStringLiteral("%1/%2").arg(v).arg(m_server.receivedLines().filter(rowWrite).size());
+        QObject watcher;
+        connect(&m_server, &kvrsim::SimServer::answerSent, &watcher, [&] {
+            QRegularExpressionMatch const item = readBack.match(m_server.receivedLines().constLast());
+            if (!item.hasMatch())
+                return;
+            QStringList selected;
+            for (QModelIndex const& index : view->selectionModel()->selectedRows())
+                selected << QString::number(index.row());
+            steps << QStringLiteral("%1 [%2] %3")
+                         .arg(bar->value())
+                         .arg(selected.join(','))
+                         .arg(item.captured(2));
         });
         m_server.clearLog();
 
@@ -91,14 +101,12 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return idle(dialog); }));
 
         int const sent = std::min(count, 128);
-        // The bar shows the row in transit, from the first to the last: one ahead of the rows
-        // taken, or level with them once the row has gone out.
-        QCOMPARE(steps.mid(0, 2), (QStringList {"0/0", "1/0"}));
-        QCOMPARE(steps.last(), QStringLiteral("%1/%2").arg(sent).arg(sent - 1));
-        for (QString const& step : steps.mid(1)) {
-            int const ahead = step.section('/', 0, 0).toInt() - step.section('/', 1).toInt();
-            QVERIFY2(ahead == 0 || ahead == 1, qPrintable(steps.join(' ')));
-        }
+        // The first read-back only triggers row 0; each row after stands in the bar and
+        // highlighted while it is read back.
+        QStringList expected {QStringLiteral("0 [] 0")};
+        for (int i = 0; i < sent; ++i)
+            expected << QStringLiteral("%1 [%2] %3").arg(i + 1).arg(i).arg(i + start);
+        QCOMPARE(steps, expected);
         QCOMPARE(bar->maximum(), sent);
         // The sequence's lines on the wire; the polling ring has none of them.
         QStringList const lines
