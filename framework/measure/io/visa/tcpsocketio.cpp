@@ -148,8 +148,10 @@ void TcpSocketIO::onSocketError()
 
 void TcpSocketIO::onReadyRead()
 {
+    // What has arrived, in one buffer of its size: readAll() reads in chunks into a
+    // buffer of the socket's chunk size, and an answer is a few bytes.
     if (m_socket)
-        Q_EMIT dataReceived(m_socket->readAll());
+        Q_EMIT dataReceived(m_socket->read(m_socket->bytesAvailable()));
 }
 
 void TcpSocketIO::onConnectTimeout()
