@@ -148,10 +148,16 @@ void TcpSocketIO::onSocketError()
 
 void TcpSocketIO::onReadyRead()
 {
-    // What has arrived, in one buffer of its size: readAll() reads in chunks into a
-    // buffer of the socket's chunk size, and an answer is a few bytes.
-    if (m_socket)
-        Q_EMIT dataReceived(m_socket->read(m_socket->bytesAvailable()));
+    if (!m_socket)
+        return;
+    // Into storage of ours that outlives the call: while no receiver keeps the bytes, the
+    // next answer goes into the same storage (readAll() would take a chunk-sized one each
+    // time). Handed out as a copy, so that a receiver's nested event loop that reads again
+    // cannot change the bytes under the receivers still to come.
+    m_received.resize(m_socket->bytesAvailable());
+    m_received.resize(qMax<qint64>(0, m_socket->read(m_received.data(), m_received.size())));
+    QByteArray const data = m_received;
+    Q_EMIT dataReceived(data);
 }
 
 void TcpSocketIO::onConnectTimeout()
