@@ -320,9 +320,14 @@ void MyDMM::bindCommandHandler()
 
 MyDMM::Route const& MyDMM::route(QSharedPointer<Word> const& word)
 {
+    // The answer of a word comes right after the word has gone out.
+    if (m_lastRoute && m_lastRoute->word == word)
+        return *m_lastRoute;
     auto const found = m_routes.constFind(word.data());
-    if (found != m_routes.constEnd())
+    if (found != m_routes.constEnd()) {
+        m_lastRoute = &*found;
         return *found;
+    }
 
     // Settings carry values and each is a word of its own, so the memory is bounded.
     constexpr qsizetype kRemembered = 256;
@@ -342,7 +347,8 @@ MyDMM::Route const& MyDMM::route(QSharedPointer<Word> const& word)
         route.decoder = Decoder::Main;
         route.field = prefixIndex(route.text, kFieldPrefixes);
     }
-    return *m_routes.insert(word.data(), std::move(route));
+    m_lastRoute = &*m_routes.insert(word.data(), std::move(route));
+    return *m_lastRoute;
 }
 
 QSharedPointer<WordBox> MyDMM::makeCyclic(QString const& text) const

@@ -169,6 +169,7 @@ private:
     };
     Route const& route(QSharedPointer<zelt::util::Word> const& word);
     QHash<zelt::util::Word const*, Route> m_routes;
+    Route const* m_lastRoute = nullptr; // in m_routes, which moves its entries when it grows
     // The keys that m_handler runs cmdHandler for.
     QSet<QString> m_mainKeys;
 
