@@ -12,6 +12,7 @@
 #include <QDebug>
 #include <QLatin1String>
 
+#include <algorithm>
 #include <cmath>
 #include <iterator>
 #include <limits>
@@ -487,13 +488,12 @@ void MyDMM::decodeFrame(QByteArray const& frame)
     Decoder const decoder = found.decoder;
     int const field = found.field;
 
-    QString const raw = QString::fromUtf8(frame);
     if (decoder == Decoder::ListItem) {
-        listoutCmdHandler(word, raw);
+        listoutCmdHandler(word, QString::fromUtf8(frame));
     } else if (decoder == Decoder::DelayItem) {
-        delayCmdHandler(word, raw);
+        delayCmdHandler(word, QString::fromUtf8(frame));
     } else {
-        QString const response = Character::simplifyString(raw);
+        QString const response = responseText(frame);
         bool const handled
             = decoder == Decoder::Main ? storeField(field, response) : m_handler->run(word, response);
         if (!handled)
@@ -502,6 +502,28 @@ void MyDMM::decodeFrame(QByteArray const& frame)
 
     if (needResponse())
         respond();
+}
+
+QString MyDMM::responseText(QByteArray const& frame)
+{
+    auto const blank = [](char c) {
+        return c == ' ' || (c >= '\t' && c <= '\r');
+    };
+    qsizetype begin = 0;
+    qsizetype end = frame.size();
+    while (begin < end && blank(frame[begin]))
+        ++begin;
+    while (end > begin && blank(frame[end - 1]))
+        --end;
+    bool const ascii = std::none_of(frame.cbegin() + begin, frame.cbegin() + end,
+                                    [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+    if (begin == end || !ascii)
+        return Character::simplifyString(QString::fromUtf8(frame));
+    // SCPI answers are ASCII: widened into the storage of the last answer, which is free
+    // again unless a handler kept that answer.
+    m_response.resize(end - begin);
+    std::copy(frame.cbegin() + begin, frame.cbegin() + end, reinterpret_cast<char16_t*>(m_response.data()));
+    return m_response;
 }
 
 bool MyDMM::parseMeasureValue(QString const& text, QUnitValueBox& voltage, QUnitValueBox& current,

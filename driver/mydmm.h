@@ -128,6 +128,8 @@ private:
     QSharedPointer<zelt::measure::WordBox> makeCyclic(QString const& text) const;
     QSharedPointer<zelt::measure::WordBox> makeAcyclic(QString const& text) const;
 
+    // The frame as UTF-8 with its ends trimmed, as the handlers take an answer.
+    QString responseText(QByteArray const& frame);
     // sign: the entry of the sign table that the word's text begins with.
     void processEspecialCmd(int sign);
     bool cmdHandler(QString const& word, QString const& response);
@@ -170,6 +172,7 @@ private:
     Route const& route(QSharedPointer<zelt::util::Word> const& word);
     QHash<zelt::util::Word const*, Route> m_routes;
     Route const* m_lastRoute = nullptr; // in m_routes, which moves its entries when it grows
+    QString m_response;
     // The keys that m_handler runs cmdHandler for.
     QSet<QString> m_mainKeys;
 
