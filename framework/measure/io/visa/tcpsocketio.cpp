@@ -157,7 +157,7 @@ void TcpSocketIO::onReadyRead()
     m_received.resize(m_socket->bytesAvailable());
     m_received.resize(qMax<qint64>(0, m_socket->read(m_received.data(), m_received.size())));
     QByteArray const data = m_received;
-    Q_EMIT dataReceived(data);
+    deliver(data);
 }
 
 void TcpSocketIO::onConnectTimeout()
