@@ -53,12 +53,13 @@ double barePassesPerSecond(QString const& host, quint16 port)
     QList<QByteArray> const lines = ringQueries();
 
     QTcpSocket socket;
-    socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
     QEventLoop loop;
     int next = 0;
     qint64 passes = 0;
     QElapsedTimer clock;
     QObject::connect(&socket, &QTcpSocket::connected, &loop, [&] {
+        // As the driver's socket has it; set before the connection exists, it would be dropped.
+        socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
         clock.start();
         socket.write(lines.at(next));
     });

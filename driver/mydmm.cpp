@@ -12,6 +12,7 @@
 #include <QDebug>
 #include <QLatin1String>
 
+#include <algorithm>
 #include <cmath>
 #include <iterator>
 #include <limits>
@@ -174,26 +175,14 @@ SignPrefix const kSignPrefixes[] = {
     {QLatin1String(kCmdDelayQueryNumEnd), Sign::DelayNumEnd},
 };
 
-// The first entry of table whose prefix starts text, or -1; remembered by text, since the ring
-// asks the same words pass after pass. Set commands carry values, so the memory is bounded.
-template<typename Entry, size_t N>
-int prefixIndex(QHash<QString, int>& memo, QString const& text, Entry const (&table)[N])
+// The first entry of table whose prefix starts text, or -1.
+template<typename Entry, size_t N> int prefixIndex(QString const& text, Entry const (&table)[N])
 {
-    constexpr qsizetype kRemembered = 256;
-    auto const found = memo.constFind(text);
-    if (found != memo.constEnd())
-        return *found;
-    int index = -1;
     for (size_t i = 0; i < N; ++i) {
-        if (text.startsWith(table[i].prefix, Qt::CaseSensitive)) {
-            index = int(i);
-            break;
-        }
+        if (text.startsWith(table[i].prefix, Qt::CaseSensitive))
+            return int(i);
     }
-    if (memo.size() >= kRemembered)
-        memo.clear();
-    memo.insert(text, index);
-    return index;
+    return -1;
 }
 
 bool isParallelMode(QString const& mode)
@@ -319,11 +308,48 @@ void MyDMM::bindCommandHandler()
             m_handler->add(key, [this, handler](QString const& word, QString const& response) {
                 return (this->*handler)(word, response);
             });
+            if (handler == &MyDMM::cmdHandler)
+                m_mainKeys.insert(key);
+            else
+                m_mainKeys.remove(key);
         }
     };
     bind(m_cmdBox, &MyDMM::cmdHandler);
     bind(m_listBox, &MyDMM::listoutCmdHandler);
     bind(m_delayBox, &MyDMM::delayCmdHandler);
+}
+
+MyDMM::Route const& MyDMM::route(QSharedPointer<Word> const& word)
+{
+    // The answer of a word comes right after the word has gone out.
+    if (m_lastRoute && m_lastRoute->word == word)
+        return *m_lastRoute;
+    auto const found = m_routes.constFind(word.data());
+    if (found != m_routes.constEnd()) {
+        m_lastRoute = &*found;
+        return *found;
+    }
+
+    // Settings carry values and each is a word of its own, so the memory is bounded.
+    constexpr qsizetype kRemembered = 256;
+    if (m_routes.size() >= kRemembered)
+        m_routes.clear();
+    Route route;
+    route.word = word;
+    QString const& text = wordText(word);
+    route.sign = prefixIndex(Character::simplifyEnd(text), kSignPrefixes);
+    route.text = Character::simplifyString(text);
+    // Item answers keep their inner structure, so they go to their handlers unsimplified.
+    if (Character::isStart(route.text, m_queries.listParam)) {
+        route.decoder = Decoder::ListItem;
+    } else if (Character::isStart(route.text, m_queries.delayParam)) {
+        route.decoder = Decoder::DelayItem;
+    } else if (m_mainKeys.contains(route.text)) {
+        route.decoder = Decoder::Main;
+        route.field = prefixIndex(route.text, kFieldPrefixes);
+    }
+    m_lastRoute = &*m_routes.insert(word.data(), std::move(route));
+    return *m_lastRoute;
 }
 
 QSharedPointer<WordBox> MyDMM::makeCyclic(QString const& text) const
@@ -405,75 +431,99 @@ MyDMM::BoxList MyDMM::makeSerialModeCommands() const
 
 void MyDMM::processWord(QSharedPointer<Word> const& word)
 {
-    if (processEspecialCmd(Character::simplifyEnd(wordText(word)))) {
-        // A sign word goes nowhere; serve it here so that the queue goes on.
-        if (needResponse(word))
-            respond();
+    int const sign = route(word).sign;
+    if (sign < 0) {
+        MeasureInst::processWord(word);
         return;
     }
-    MeasureInst::processWord(word);
+    // A sign word goes nowhere; serve it here so that the queue goes on.
+    processEspecialCmd(sign);
+    if (needResponse(word))
+        respond();
 }
 
-bool MyDMM::processEspecialCmd(QString const& text)
+void MyDMM::processEspecialCmd(int sign)
 {
-    int const index = prefixIndex(m_signIndex, text, kSignPrefixes);
-    if (index >= 0) {
-        switch (kSignPrefixes[index].sign) {
-        case Sign::MeasureBegin:
-            m_current = QSharedPointer<DmmData>::create();
-            break;
-        case Sign::MeasureEnd:
-            if (m_current) {
-                m_current->setDateTime(QDateTime::currentDateTime());
-                m_history.append(m_current);
-                Q_EMIT updateData(m_current);
-            }
-            break;
-        case Sign::ListStateBegin:
-        case Sign::ListNumBegin:
-        case Sign::DelayStateBegin:
-        case Sign::DelayNumBegin:
-            m_listAndDelayer.kind = 0;
-            break;
-        case Sign::ListStateEnd:
-            m_listAndDelayer.kind = 1;
-            Q_EMIT updateListout(m_listAndDelayer);
-            break;
-        case Sign::ListNumEnd:
-            m_listAndDelayer.kind = 2;
-            Q_EMIT updateListout(m_listAndDelayer);
-            break;
-        case Sign::DelayStateEnd:
-            m_listAndDelayer.kind = 3;
-            Q_EMIT updateListout(m_listAndDelayer);
-            break;
-        case Sign::DelayNumEnd:
-            m_listAndDelayer.kind = 4;
-            Q_EMIT updateListout(m_listAndDelayer);
-            break;
+    switch (kSignPrefixes[sign].sign) {
+    case Sign::MeasureBegin:
+        m_current = QSharedPointer<DmmData>::create();
+        break;
+    case Sign::MeasureEnd:
+        if (m_current) {
+            m_current->setDateTime(QDateTime::currentDateTime());
+            m_history.append(m_current);
+            Q_EMIT updateData(m_current);
         }
-        return true;
+        break;
+    case Sign::ListStateBegin:
+    case Sign::ListNumBegin:
+    case Sign::DelayStateBegin:
+    case Sign::DelayNumBegin:
+        m_listAndDelayer.kind = 0;
+        break;
+    case Sign::ListStateEnd:
+        m_listAndDelayer.kind = 1;
+        Q_EMIT updateListout(m_listAndDelayer);
+        break;
+    case Sign::ListNumEnd:
+        m_listAndDelayer.kind = 2;
+        Q_EMIT updateListout(m_listAndDelayer);
+        break;
+    case Sign::DelayStateEnd:
+        m_listAndDelayer.kind = 3;
+        Q_EMIT updateListout(m_listAndDelayer);
+        break;
+    case Sign::DelayNumEnd:
+        m_listAndDelayer.kind = 4;
+        Q_EMIT updateListout(m_listAndDelayer);
+        break;
     }
-    return false;
 }
 
 void MyDMM::decodeFrame(QByteArray const& frame)
 {
-    QString const raw = QString::fromUtf8(frame);
-    QString const response = Character::simplifyString(raw);
-    QString const word = Character::simplifyString(wordText(currentWord()));
+    // Taken by value: what the handlers set off may add routes, and move this one.
+    Route const& found = route(currentWord());
+    QString const word = found.text;
+    Decoder const decoder = found.decoder;
+    int const field = found.field;
 
-    // Item answers keep their inner structure, so they go to their handlers unsimplified.
-    if (Character::isStart(word, m_queries.listParam)) {
-        listoutCmdHandler(word, raw);
-    } else if (Character::isStart(word, m_queries.delayParam)) {
-        delayCmdHandler(word, raw);
-    } else if (!m_handler->run(word, response)) {
-        qDebug().noquote() << QStringLiteral("Command Handler Error:%1 %2").arg(word, response);
+    if (decoder == Decoder::ListItem) {
+        listoutCmdHandler(word, QString::fromUtf8(frame));
+    } else if (decoder == Decoder::DelayItem) {
+        delayCmdHandler(word, QString::fromUtf8(frame));
+    } else {
+        QString const response = responseText(frame);
+        bool const handled
+            = decoder == Decoder::Main ? storeField(field, response) : m_handler->run(word, response);
+        if (!handled)
+            qDebug().noquote() << QStringLiteral("Command Handler Error:%1 %2").arg(word, response);
     }
 
     if (needResponse())
         respond();
+}
+
+QString MyDMM::responseText(QByteArray const& frame)
+{
+    auto const blank = [](char c) {
+        return c == ' ' || (c >= '\t' && c <= '\r');
+    };
+    qsizetype begin = 0;
+    qsizetype end = frame.size();
+    while (begin < end && blank(frame[begin]))
+        ++begin;
+    while (end > begin && blank(frame[end - 1]))
+        --end;
+    bool const ascii = std::none_of(frame.cbegin() + begin, frame.cbegin() + end,
+                                    [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+    if (begin == end || !ascii)
+        return Character::simplifyString(QString::fromUtf8(frame));
+    // SCPI answers are ASCII: widened into the storage of the last answer, which is free
+    // again unless a handler kept that answer.
+    m_response.resize(end - begin);
+    std::copy(frame.cbegin() + begin, frame.cbegin() + end, reinterpret_cast<char16_t*>(m_response.data()));
+    return m_response;
 }
 
 bool MyDMM::parseMeasureValue(QString const& text, QUnitValueBox& voltage, QUnitValueBox& current,
@@ -494,6 +544,11 @@ bool MyDMM::parseMeasureValue(QString const& text, QUnitValueBox& voltage, QUnit
 
 bool MyDMM::cmdHandler(QString const& word, QString const& response)
 {
+    return storeField(prefixIndex(word, kFieldPrefixes), response);
+}
+
+bool MyDMM::storeField(int index, QString const& response)
+{
     // Only a word that runs before the ring's first "Measure begin" can meet no sample;
     // it lands in one that is never published.
     if (!m_current)
@@ -508,7 +563,6 @@ bool MyDMM::cmdHandler(QString const& word, QString const& response)
         return makeUVB(response, 0, 3, unit);
     };
 
-    int const index = prefixIndex(m_fieldIndex, word, kFieldPrefixes);
     if (index >= 0) {
         switch (kFieldPrefixes[index].field) {
         case Field::PowerMode:

@@ -8,6 +8,7 @@
 
 #include <QHash>
 #include <QList>
+#include <QSet>
 #include <QSharedPointer>
 #include <QString>
 
@@ -127,8 +128,13 @@ private:
     QSharedPointer<zelt::measure::WordBox> makeCyclic(QString const& text) const;
     QSharedPointer<zelt::measure::WordBox> makeAcyclic(QString const& text) const;
 
-    bool processEspecialCmd(QString const& text);
+    // The frame as UTF-8 with its ends trimmed, as the handlers take an answer.
+    QString responseText(QByteArray const& frame);
+    // sign: the entry of the sign table that the word's text begins with.
+    void processEspecialCmd(int sign);
     bool cmdHandler(QString const& word, QString const& response);
+    // field: the entry of the field table that the word's text begins with, or -1.
+    bool storeField(int field, QString const& response);
     bool listoutCmdHandler(QString const& word, QString const& response);
     bool delayCmdHandler(QString const& word, QString const& response);
     void changePowerMode(QString const& mode);
@@ -151,9 +157,24 @@ private:
         QString delayState, delayCycles, delayEndState, delayParam, delayStart, delayGroups, delayStop;
     };
     QueryTexts m_queries;
-    // Which sign or field prefix a word's text starts with, by text.
-    QHash<QString, int> m_signIndex;
-    QHash<QString, int> m_fieldIndex;
+    // What becomes of a word and of its answer, found from its text when the word first runs:
+    // the ring runs the same words pass after pass. Each entry holds its word, so that no
+    // other word can take its address while the entry stands.
+    enum class Decoder { Handler, ListItem, DelayItem, Main };
+    struct Route
+    {
+        QSharedPointer<zelt::util::Word> word;
+        QString text; // simplified, as the handlers take it
+        int sign = -1;
+        Decoder decoder = Decoder::Handler;
+        int field = -1;
+    };
+    Route const& route(QSharedPointer<zelt::util::Word> const& word);
+    QHash<zelt::util::Word const*, Route> m_routes;
+    Route const* m_lastRoute = nullptr; // in m_routes, which moves its entries when it grows
+    QString m_response;
+    // The keys that m_handler runs cmdHandler for.
+    QSet<QString> m_mainKeys;
 
     static QHash<QString, int> const m_channelFlagMap;
 };

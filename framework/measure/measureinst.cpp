@@ -194,9 +194,11 @@ bool MeasureInst::pickFrame(QByteArray& buffer, QByteArray& frame)
         return false;
     }
     if (end == buffer.size() - 1) {
-        // The usual case, one whole line: hand the bytes over without copying them.
+        // The usual case, one whole line: hand the bytes over without copying them. The
+        // buffer keeps the last frame's storage in return, so that answer after answer
+        // goes back and forth between two buffers and none is allocated.
         frame.swap(buffer);
-        buffer.clear();
+        buffer.truncate(0);
     } else {
         frame = buffer.left(end + 1);
         buffer.remove(0, end + 1);

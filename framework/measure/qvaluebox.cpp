@@ -128,17 +128,44 @@ QValueBox QValueBoxFactory::makeLazy(QString const& text)
     while (begin < s.size() && s[begin].isSpace())
         ++begin;
     qsizetype const end = scanNumber(s, begin);
+    if (end < 0)
+        return {};
+    QStringView const number = s.mid(begin, end - begin);
     double value = 0.0;
-    if (end < 0 || !toDouble(s.mid(begin, end - begin), value))
+    if (!toDouble(number, value))
         return {};
 
     QValueBox box;
     box.kind = 0;
     box.value = value;
     box.raw = value;
-    box.text = format(value);
+    box.text = isFormatted(number) ? intern(number) : format(value);
     box.suffix = intern(s.mid(end).trimmed());
     return box;
+}
+
+bool QValueBoxFactory::isFormatted(QStringView number) const
+{
+    if (m_width != 0 || m_precision <= 0)
+        return false;
+    qsizetype const first = number.startsWith(u'-') ? 1 : 0;
+    qsizetype const point = number.indexOf(u'.');
+    if (point <= first || number.size() - point - 1 != m_precision)
+        return false;
+    if (number[first] == u'0' && point != first + 1)
+        return false;
+    qsizetype digits = 0;
+    bool zero = true;
+    for (qsizetype i = first; i < number.size(); ++i) {
+        if (i == point)
+            continue;
+        if (number[i] < u'0' || number[i] > u'9')
+            return false;
+        zero = zero && number[i] == u'0';
+        ++digits;
+    }
+    // Up to 15 digits a decimal reads into a double and back unchanged; "-0.000" loses its sign.
+    return digits <= 15 && !(zero && first == 1);
 }
 
 QString QValueBoxFactory::format(double value)

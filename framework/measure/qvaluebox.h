@@ -66,6 +66,9 @@ public:
     QValueBox makeLazy(QString const& text);
 
 private:
+    // Whether the number as read (scanned, not yet converted) is already the text that
+    // format() would make of it, as instruments write their readings: then it needs no formatting.
+    bool isFormatted(QStringView number) const;
     QString format(double value);
     // A small set-associative cache keyed by the text's hash: a hit hands out the
     // cached buffer. Texts read every cycle stay, since each use makes its entry the

@@ -41,6 +41,7 @@ private Q_SLOTS:
         row("12.50", 0, -1, 12.5, "12.5", "");
         row("1E-7", 0, -1, 1e-7, "0.0000001", "");
         row("-0.0001", 0, 3, -0.0001, "0.000", "");
+        row("-0.000", 0, 3, -0.0, "0.000", "");
         row("-0.0006", 0, 3, -0.0006, "-0.001", "");
         // Rounding as QString::number does it: an exact binary half, and a decimal half that lies below.
         row("0.125", 0, 2, 0.125, QString::number(0.125, 'f', 2), "");

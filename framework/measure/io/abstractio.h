@@ -50,6 +50,11 @@ public:
     // A short description of the channel for messages, such as its resource string.
     virtual QString description() const = 0;
 
+    // The channel on whose dataReceived() the bytes that this one receives go out, in place
+    // of its own; null, the default, for its own. A channel that only passes on the bytes
+    // of a transport it holds saves one signal per answer this way.
+    void setDataChannel(AbstractIO* channel) { m_dataChannel = channel; }
+
 Q_SIGNALS:
     void opened();
     void closed();
@@ -58,6 +63,8 @@ Q_SIGNALS:
     void errorOccurred(QString const& message);
 
 protected:
+    // Received bytes, for the receivers of dataReceived() (see setDataChannel()).
+    void deliver(QByteArray const& data) { Q_EMIT(m_dataChannel ? m_dataChannel : this)->dataReceived(data); }
     void setErrorString(QString const& message) { setError(LinkError::Other, message); }
     void setError(LinkError kind, QString const& message)
     {
@@ -66,6 +73,7 @@ protected:
     }
 
 private:
+    AbstractIO* m_dataChannel = nullptr;
     QString m_errorString;
     LinkError m_errorKind = LinkError::None;
 };

@@ -247,7 +247,7 @@ void MessageIO::onOpened(bool canClear)
 void MessageIO::onReceived(QByteArray const& data)
 {
     if (m_open && sender() == m_worker)
-        Q_EMIT dataReceived(data);
+        deliver(data);
 }
 
 void MessageIO::onFailed(LinkError kind, QString const& cause, bool wasOpen)

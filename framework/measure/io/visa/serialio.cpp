@@ -191,7 +191,7 @@ void SerialIO::onError(QSerialPort::SerialPortError error)
 
 void SerialIO::onReadyRead()
 {
-    Q_EMIT dataReceived(m_port->readAll());
+    deliver(m_port->readAll());
 }
 
 } // namespace zelt::measure::io::visa

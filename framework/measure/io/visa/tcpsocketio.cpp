@@ -148,8 +148,16 @@ void TcpSocketIO::onSocketError()
 
 void TcpSocketIO::onReadyRead()
 {
-    if (m_socket)
-        Q_EMIT dataReceived(m_socket->readAll());
+    if (!m_socket)
+        return;
+    // Into storage of ours that outlives the call: while no receiver keeps the bytes, the
+    // next answer goes into the same storage (readAll() would take a chunk-sized one each
+    // time). Handed out as a copy, so that a receiver's nested event loop that reads again
+    // cannot change the bytes under the receivers still to come.
+    m_received.resize(m_socket->bytesAvailable());
+    m_received.resize(qMax<qint64>(0, m_socket->read(m_received.data(), m_received.size())));
+    QByteArray const data = m_received;
+    deliver(data);
 }
 
 void TcpSocketIO::onConnectTimeout()

@@ -43,6 +43,7 @@ private:
     int m_timeout;
     QTcpSocket* m_socket = nullptr;
     QTimer* m_connectTimer;
+    QByteArray m_received;
     bool m_open = false;
 };
 

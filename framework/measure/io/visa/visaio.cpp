@@ -82,7 +82,7 @@ bool VisaIO::open()
         return false;
     }
     connect(m_transport, &AbstractIO::opened, this, &AbstractIO::opened);
-    connect(m_transport, &AbstractIO::dataReceived, this, &AbstractIO::dataReceived);
+    m_transport->setDataChannel(this);
     connect(m_transport, &AbstractIO::errorOccurred, this, &VisaIO::onTransportError);
     connect(m_transport, &AbstractIO::closed, this, &AbstractIO::closed);
     if (!m_transport->open()) {
@@ -198,6 +198,7 @@ void VisaIO::dropTransport(bool flush)
     AbstractIO* transport = m_transport;
     m_transport = nullptr;
     transport->disconnect(this);
+    transport->setDataChannel(nullptr);
     if (flush)
         transport->close();
     else
