@@ -385,8 +385,9 @@ void MeasureInst::readyRead(QByteArray const& data)
     }
     m_inDelivery = false;
     // The word served by this frame hands over to the next one here, after the
-    // frame's handling has returned, so the stack never grows from word to word.
-    if (m_nextDue && !m_nextTimer.isActive()) {
+    // frame's handling has returned, so the stack never grows from word to word;
+    // a channel that delivered within a write leaves that to dispatch()'s loop.
+    if (m_nextDue && !m_nextTimer.isActive() && !m_inDispatch) {
         m_nextDue = false;
         dispatch();
     }
@@ -433,14 +434,33 @@ void MeasureInst::scheduleNext()
     m_nextDue = true;
     if (m_interval > 0)
         m_nextTimer.start(m_interval);
-    else if (!m_inDelivery)
+    else if (!m_inDelivery && !m_inDispatch)
         m_nextTimer.start(0);
 }
 
 void MeasureInst::dispatch()
 {
-    if ((m_state != State::Running && m_state != State::Draining) || m_awaiting || m_nextDue)
+    if (m_inDispatch)
         return;
+    m_inDispatch = true;
+    for (int words = 0; words < kWordsPerTurn; ++words) {
+        // A word served at once (a setting, a sign word the driver consumed) hands over now,
+        // unless the interval paces the queue.
+        if (!dispatchOne() || !m_nextDue || m_nextTimer.isActive()
+            || (m_state != State::Running && m_state != State::Draining))
+            break;
+        if (words + 1 < kWordsPerTurn)
+            m_nextDue = false;
+    }
+    m_inDispatch = false;
+    if (m_nextDue && !m_nextTimer.isActive() && (m_state == State::Running || m_state == State::Draining))
+        m_nextTimer.start(0);
+}
+
+bool MeasureInst::dispatchOne()
+{
+    if ((m_state != State::Running && m_state != State::Draining) || m_awaiting || m_nextDue)
+        return false;
 
     QSharedPointer<util::Word> next;
     // Fair turns: an asker's queued word that follows another asker's word lets a ring
@@ -454,7 +474,7 @@ void MeasureInst::dispatch()
             m_fifo.pop_front();
             m_askerHadTurn = entry.yields;
             dispatchClient(std::move(entry));
-            return;
+            return false;
         }
         m_askerHadTurn = false;
         next = std::move(front.word);
@@ -463,17 +483,16 @@ void MeasureInst::dispatch()
         if (m_closeIoOnStop)
             m_io->close();
         beginStop(int(QueryClient::Failure::Stopped));
-        return;
+        return false;
     } else if (!m_ring.isEmpty()) {
         if (m_ringPos >= m_ring.size()) {
             m_ringPos = 0;
             Q_EMIT passCompleted();
             // A receiver may have stopped the run or queued a word of its own.
             if (m_state != State::Running || m_nextDue)
-                return;
+                return false;
             if (!m_fifo.empty() && !ringFirst) {
-                dispatch();
-                return;
+                return dispatchOne();
             }
         }
         m_askerHadTurn = false;
@@ -481,7 +500,7 @@ void MeasureInst::dispatch()
     } else {
         // Nothing to run: the queue waits until something is appended.
         m_current.reset();
-        return;
+        return false;
     }
 
     m_current = next;
@@ -493,6 +512,7 @@ void MeasureInst::dispatch()
     // Served within processWord(), or no response awaited: move on.
     if (!m_awaiting)
         scheduleNext();
+    return !m_awaiting;
 }
 
 void MeasureInst::dispatchClient(Entry entry)

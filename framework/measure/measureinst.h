@@ -28,7 +28,10 @@
 // through the event loop, never by recursion from one word to the next: a
 // response that serves a word lets the next one go out once the frame has been
 // handled, and a word served within its own processWord() (no response awaited,
-// or a derived class that consumes it) hands over through a zero timer.
+// or a derived class that consumes it) hands over in the same turn of the event
+// loop, up to kWordsPerTurn words in a row, then through a zero timer: a setting
+// and the query that follows it leave together, with nothing the GUI does
+// between them, and a long run of settings never holds the event loop.
 // Frames that arrive when no word awaits a response are dropped.
 //
 // Words from other askers. Beside the driver, others may put lines into the
@@ -180,6 +183,8 @@ private:
     void onData(QByteArray const& data);
     void onWatchdog();
     void dispatch();
+    // True when the word sent was served at once, so that the next may follow now.
+    bool dispatchOne();
     void scheduleNext();
     void arm(int milliseconds);
     void sendBarrier(int milliseconds);
@@ -205,6 +210,9 @@ private:
     bool m_askerHadTurn = false; // the last word was an asker's queued word
     bool m_awaiting = false;
     bool m_inDelivery = false; // handling frames from the channel
+    // Words served without waiting that go out in one turn of the event loop.
+    static constexpr int kWordsPerTurn = 16;
+    bool m_inDispatch = false; // words served now go on in dispatch()'s loop
     bool m_nextDue = false; // served while in delivery: dispatch on return
     QElapsedTimer m_sent; // since the awaited word went out
     qint64 m_deadline = 0; // ms after m_sent at which the word times out

@@ -431,8 +431,12 @@ private Q_SLOTS:
         QVERIFY(waitSamples(int(before.size()) + 1));
         QCOMPARE(m_dmm->getMeasureData().mid(0, before.size()), before);
 
-        // A new run starts from the normal ring and learns the mode again.
-        QCOMPARE(lines().mid(0, 3), (QStringList {kModeQuery, kModeQuery, ":MEASure:ALL?"}));
+        // A new run starts from the normal ring and learns the mode again. The query that the
+        // stopped run sent after its last sample may reach the peer after the stop.
+        QStringList run = lines();
+        if (run.mid(1, 3) == QStringList {kModeQuery, kModeQuery, ":MEASure:ALL?"})
+            run.removeFirst();
+        QCOMPARE(run.mid(0, 3), (QStringList {kModeQuery, kModeQuery, ":MEASure:ALL?"}));
         QSharedPointer<DmmData> const firstOfRun = m_dmm->getMeasureData().at(before.size());
         QCOMPARE(firstOfRun->activeChannel()->parallelVoltage.measured.kind, 0);
         QVERIFY(firstOfRun->dateTime() >= before.last()->dateTime());

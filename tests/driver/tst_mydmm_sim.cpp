@@ -87,6 +87,8 @@ private Q_SLOTS:
         d.cmdPowerOVPDelay(150);
         d.cmdPowerOCPDelay(250);
         d.cmdPowerEload("ON");
+        // Cut before the fault: the pass after a sample is on its way as the sample is published.
+        d.setWordTimeLimit(300);
         QVERIFY(waitSamples(3));
 
         // Neighbours differ, so that an answer one word off shows.
@@ -99,7 +101,6 @@ private Q_SLOTS:
                   .split('|');
         QCOMPARE(dump(*d.lastMeasureData()), expected);
 
-        d.setWordTimeLimit(300);
         m_sim->clearLog();
         QSignalSpy errors(m_dmm, &MyDMM::processError);
         qsizetype faultAt = -1;
