@@ -1341,8 +1341,10 @@ void DialogProgrammer::setupUploader(UploadMode mode)
         Q_EMIT uploaderStarted(param);
     });
     connect(up, &ProgrammerUploader::nextData, this, [this](int index, ProgrammerData const& data) {
-        showRowInTransit(index);
         Q_EMIT uploaderNextData(index, data);
+        // Shown once the row is on its way: the instrument works on it while the dialog draws.
+        QMetaObject::invokeMethod(
+            this, [this, index] { showRowInTransit(index); }, Qt::QueuedConnection);
     });
     connect(up, &ProgrammerUploader::error, this, &DialogProgrammer::uploaderError);
     connect(up, &ProgrammerUploader::finished, this, &DialogProgrammer::uploaderFinished);
