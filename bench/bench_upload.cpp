@@ -28,6 +28,7 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <mutex>
 
 namespace {
 
@@ -53,7 +54,7 @@ public:
     void watch(kvrsim::SimServer* server)
     {
         QObject::connect(server, &kvrsim::SimServer::lineReceived, server, [this](QString const& line) {
-            QMutexLocker lock(&m_mutex);
+            std::lock_guard<QMutex> lock(m_mutex);
             if (!m_counting)
                 return;
             qint64 const now = m_clock.nsecsElapsed();
@@ -66,7 +67,7 @@ public:
                 ++m_sequenceLines;
         });
         QObject::connect(server, &kvrsim::SimServer::answerSent, server, [this] {
-            QMutexLocker lock(&m_mutex);
+            std::lock_guard<QMutex> lock(m_mutex);
             m_awaiting = false;
             m_freeSince = m_clock.nsecsElapsed();
         });
@@ -74,7 +75,7 @@ public:
 
     void begin(QString const& prefix)
     {
-        QMutexLocker lock(&m_mutex);
+        std::lock_guard<QMutex> lock(m_mutex);
         m_prefix = prefix;
         m_lines = m_sequenceLines = 0;
         m_idle = m_freeSince = 0;
@@ -85,7 +86,7 @@ public:
 
     void end(Figures& out)
     {
-        QMutexLocker lock(&m_mutex);
+        std::lock_guard<QMutex> lock(m_mutex);
         m_counting = false;
         qint64 const total = m_clock.nsecsElapsed();
         if (!m_awaiting)
