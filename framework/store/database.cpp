@@ -251,12 +251,18 @@ QString describe(QSqlError const& error, QString const& statement, StoreTarget c
     if (classify(error, target.kind) == Failure::Permission) {
         QString const right = statement.section(u' ', 0, 0).toUpper();
         // The server names the object: "permission denied for table rows".
-        QString object = text.section(QStringLiteral(" for "), 1).section(u'\n', 0, 0);
+        QString const object = text.section(QStringLiteral(" for "), 1).section(u'\n', 0, 0);
         if (object.isEmpty())
-            object = text;
-        return tr("The PostgreSQL user %1 lacks the %2 right on %3 in %4. Grant it (GRANT %2 ON ...) "
-                  "or choose another store.")
-            .arg(target.user, right, object, target.describe());
+            return tr("The PostgreSQL user %1 lacks the %2 right in %3 (%4). Grant it or choose another "
+                      "store.")
+                .arg(target.user, right, target.describe(), text);
+        // "schema public" becomes "SCHEMA public", as GRANT spells it.
+        QString const grant
+            = QStringLiteral("GRANT %1 ON %2 %3 TO %4")
+                  .arg(right, object.section(u' ', 0, 0).toUpper(), object.section(u' ', 1), target.user);
+        return tr("The PostgreSQL user %1 lacks the %2 right on %3 in %4. Grant it (%5) or choose another "
+                  "store.")
+            .arg(target.user, right, object, target.describe(), grant);
     }
     if (target.kind == StoreTarget::Kind::Postgres)
         return tr("%1: %2").arg(target.describe(), text);

@@ -31,10 +31,16 @@ SessionViewer::SessionViewer(zelt::store::StoreTarget const& target, zelt::store
     ui->setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(tr("Session of %1").arg(session.header.instrument));
+    int const rows = int(qMin<qint64>(session.rows, INT_MAX));
+    // A session without an end is still being written, or its host died.
+    QString const span = session.end.isValid()
+        ? tr("%1 to %2").arg(timeText(session.start), timeText(session.end))
+        : session.state == zelt::store::SessionState::Interrupted
+        ? tr("from %1, interrupted").arg(timeText(session.start))
+        : tr("from %1, still running").arg(timeText(session.start));
     ui->labelTitle->setText(
-        tr("%1 (%2, %3), %4 to %5, %n row(s)", nullptr, int(qMin<qint64>(session.rows, INT_MAX)))
-            .arg(session.header.instrument, session.header.model, session.header.resource,
-                 timeText(session.start), timeText(session.end)));
+        tr("%1 (%2, %3), %4, %n row(s)", nullptr, rows)
+            .arg(session.header.instrument, session.header.model, session.header.resource, span));
     ui->table->verticalHeader()->setDefaultSectionSize(ui->table->fontMetrics().height() + 4);
 }
 
