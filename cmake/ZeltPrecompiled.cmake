@@ -1,8 +1,8 @@
 # Most sources spend more time reading Qt's headers than compiling their own lines. Three
 # targets precompile those headers, once each: one compiled as the libraries and plug-ins are
 # (position-independent, hidden symbols), one as the executables and the static libraries they
-# link, one as the unoptimised suites and benchmarks. Every other target reuses the matching one; GCC's -Winvalid-pch, an error here, says so
-# when a target's flags stop matching.
+# link, one as the unoptimised suites and benchmarks. Every other target reuses the matching one;
+# GCC's -Winvalid-pch, an error in a checked tree, says so when a target's flags stop matching.
 option(ZELT_PRECOMPILE_HEADERS "Precompile the Qt headers that most sources include" ON)
 
 # QtCore only: the headers of another module change what a target that does not link it means
@@ -28,6 +28,8 @@ function(zelt_precompile_donor name)
         target_include_directories(${name} SYSTEM PRIVATE
             $<TARGET_PROPERTY:${module},INTERFACE_INCLUDE_DIRECTORIES>)
     endforeach()
+    # Except the one that every target linking Qt gets in an optimised build.
+    target_compile_definitions(${name} PRIVATE $<$<NOT:$<CONFIG:Debug>>:QT_NO_DEBUG>)
     # Qt's targets make everything that links them position-independent.
     set_target_properties(${name} PROPERTIES
         POSITION_INDEPENDENT_CODE ON AUTOMOC OFF AUTOUIC OFF AUTORCC OFF)
