@@ -51,13 +51,16 @@ bool rejection(QSqlDatabase& db, QString* why, QSqlError* error)
         *why = error->databaseText();
         return true;
     };
-    QVariant id;
-    if (!exec(db, QStringLiteral("PRAGMA application_id"), error, &id))
+    // One statement, so one snapshot: another host may be making its tables in this file right
+    // now, and a mark read before they came beside tables read after would take it for foreign.
+    QVariant foreign;
+    if (!exec(db,
+              QStringLiteral("SELECT application_id <> %1 AND (SELECT COUNT(*) FROM sqlite_master) > 0 "
+                             "FROM pragma_application_id")
+                  .arg(kApplicationId),
+              error, &foreign))
         return unreadable();
-    QVariant tables;
-    if (!exec(db, QStringLiteral("SELECT COUNT(*) FROM sqlite_master"), error, &tables))
-        return unreadable();
-    if (id.toInt() != kApplicationId && tables.toInt() > 0) {
+    if (foreign.toBool()) {
         *why = tr("it belongs to another program");
         return true;
     }
