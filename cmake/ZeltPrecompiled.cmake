@@ -54,12 +54,12 @@ function(zelt_precompile_headers)
     # For the code that zelt_unoptimised_in_checked_builds() compiles without optimisation.
     zelt_precompile_donor(zelt_pch_unoptimised ${modules})
     target_precompile_headers(zelt_pch_unoptimised PRIVATE ${zelt_pch_headers})
-    target_compile_options(zelt_pch_unoptimised PRIVATE $<$<CONFIG:Debug>:-O0>)
+    target_compile_options(zelt_pch_unoptimised PRIVATE $<$<CONFIG:Debug>:-O0> $<$<CONFIG:Debug>:-g>)
     # The same for those that link Qt Widgets: the suites include the whole module, which is
     # most of their compile time. Not Qt Test: qtest.h tests a macro that each suite sets itself.
     zelt_precompile_donor(zelt_pch_unoptimised_widgets Qt6::Core Qt6::Gui Qt6::Widgets)
     target_precompile_headers(zelt_pch_unoptimised_widgets PRIVATE ${zelt_pch_headers} <QtWidgets>)
-    target_compile_options(zelt_pch_unoptimised_widgets PRIVATE $<$<CONFIG:Debug>:-O0>)
+    target_compile_options(zelt_pch_unoptimised_widgets PRIVATE $<$<CONFIG:Debug>:-O0> $<$<CONFIG:Debug>:-g>)
 
     foreach(folder IN LISTS ARGN)
         zelt_precompile_folder(${folder})

@@ -1,9 +1,11 @@
 # zelt_unoptimised_in_checked_builds(): the suites, benchmarks and their support code of the
-# calling folder are compiled without optimisation in a Debug tree. They are half of the checked
-# tree's compile time at -O1; the product's code keeps its flags, and with them the warnings that
-# only the optimiser finds.
+# calling folder are compiled without optimisation, and with full debug information, in a Debug
+# tree. They are half of the checked tree's compile time at -O1; the product's code keeps its
+# flags, and with them the warnings that only the optimiser finds. (The checked tree gives the
+# product line tables only, -g1: at -O1 a debugger shows few of its locals anyway, and the
+# sanitizers' reports need no more than lines.)
 function(zelt_unoptimised_in_checked_builds)
-    add_compile_options($<$<CONFIG:Debug>:-O0>)
+    add_compile_options($<$<CONFIG:Debug>:-O0> $<$<CONFIG:Debug>:-g>)
 endfunction()
 
 # zelt_add_test(<subject> SOURCES <files...> LIBS <targets...>)
